@@ -1,0 +1,56 @@
+#ifndef UTILITIES_OSSLINUXFILE_H
+#define UTILITIES_OSSLINUXFILE_H
+
+#include <cstdio>
+
+#include "Utilities/IOSSFile.h"
+
+// A file of the Linux units, opened by the constructor.
+//
+// Opening enforces one writer per file between processes with whole-file
+// fcntl record locks. Those locks belong to the process, not to the
+// descriptor: two opens of one file in one process never conflict, and
+// closing any descriptor of a file drops all of the process's locks on it.
+// Only write-only opens take the lock; every open checks for one, so nobody
+// can open a file another process holds open write-only (-140).
+class COSSLinuxFile : public IOSSFile {
+public:
+    COSSLinuxFile(const char* Name, int flags, int mode);
+    ~COSSLinuxFile() override;
+
+    bool Seek(int offset, int whence) override;
+    bool Read(Buffer_Bytes_T* Buffer) override;
+    bool Write(const Buffer_Bytes_T* Buffer) override;
+    bool Ioctl(unsigned request, unsigned argument) override;
+    bool ReadStream(UINT8* Data) override;
+    bool ReadStream(UINT16* Data) override;
+    bool ReadStream(UINT32* Data) override;
+    bool ReadStream(int* Data) override;
+    bool ReadStream(long unsigned int* Data) override;
+    bool ReadStream(int* Data, size_t Count) override;
+    bool ReadStream(double* Data) override;
+    bool ReadStream(float* Data) override;
+    bool ReadStream(float* Data, size_t Count) override;
+    bool ReadStream(char* Data) override;
+    bool ReadStream(char* Data, const char* Format) override;
+    bool ReadStream(short int* Data) override;
+    bool ReadStream(short int* Data, size_t Count) override;
+    bool ReadStream(bool* Data) override;
+    bool WriteStream(const char* Data) override;
+    int Poll(short events, int timeout) override;
+    int MultiPoll(PollMembers_T* ElementsToPoll, int timeout) override;
+    int GetLastError() const override;
+    int GetFileDescriptor() const override;
+    bool SeekStream(long offset, int whence) override;
+    long TellStream() override;
+    int Fsync() override;
+    int Ftruncate(int length) override;
+
+private:
+    int m_FileDescriptor;
+    int m_LastError;
+    char m_FileName[256];
+    FILE* m_pFile;
+};
+
+#endif
