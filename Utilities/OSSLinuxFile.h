@@ -1,6 +1,9 @@
 #ifndef UTILITIES_OSSLINUXFILE_H
 #define UTILITIES_OSSLINUXFILE_H
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdio>
 
 #include "Utilities/IOSSFile.h"
@@ -47,6 +50,22 @@ public:
     int Ftruncate(int length) override;
 
 private:
+    // Owner of a lock that would keep this open from writing (or reading)
+    // the whole file, or -1. A failed query is recorded as the last error.
+    pid_t CheckForLock();
+    // Takes the whole-file write lock for write-only opens; false when that
+    // failed (last error -140 when another process holds it).
+    bool ApplyLock(int flags);
+    void Close();
+
+    // One typed value scanned with Format into a Scanned temporary and
+    // stored as Stored; past the end of the text the error is errno.
+    template <typename Scanned, typename Stored>
+    bool ReadStreamValue(Stored* Data, const char* Format);
+    // Count values, each as above; a position with no text left is kept.
+    template <typename Scanned, typename Stored>
+    bool ReadStreamValues(Stored* Data, size_t Count, const char* Format);
+
     int m_FileDescriptor;
     int m_LastError;
     char m_FileName[256];

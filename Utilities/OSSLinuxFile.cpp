@@ -1,0 +1,488 @@
+#include "Utilities/OSSLinuxFile.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "Utilities/VeskAssert.h"
+#include "Utilities/VeskEventCode.h"
+
+namespace {
+
+template <typename Stored, typename Scanned>
+Stored FromScanned(Scanned Value)
+{
+    return static_cast<Stored>(Value);
+}
+
+// The floating point slots have always stored the scanned float's bit
+// pattern as the low half of an otherwise zero double: a tiny subnormal,
+// whatever the text said. That result is kept on purpose; it is built here
+// from the bits rather than by scanning a float into a double's storage.
+template <>
+double FromScanned<double, float>(float Value)
+{
+    std::uint32_t floatBits = 0;
+    std::memcpy(&floatBits, &Value, sizeof(floatBits));
+    const std::uint64_t doubleBits = floatBits;
+    double result = 0.0;
+    std::memcpy(&result, &doubleBits, sizeof(result));
+    return result;
+}
+
+// The same double narrowed to single precision, which is always 0.
+template <>
+float FromScanned<float, float>(float Value)
+{
+    return static_cast<float>(FromScanned<double, float>(Value));
+}
+
+// Every diagnostic line goes out at once: the units' output is usually a
+// pipe or a log file, and a line still buffered at fork() would be printed
+// twice.
+__attribute__((format(printf, 1, 2))) void PrintLine(const char* Format, ...)
+{
+    va_list args;
+    va_start(args, Format);
+    std::vprintf(Format, args);
+    va_end(args);
+    std::fflush(stdout);
+}
+
+// A whole-file lock record: start 0, length 0 (to the end, however long the
+// file grows), measured from the start.
+struct flock WholeFileLock(short Type)
+{
+    struct flock lock {};
+    lock.l_type = Type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 0;
+    lock.l_pid = -1;
+    return lock;
+}
+
+}  // namespace
+
+COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
+    : m_FileDescriptor(-1), m_LastError(0), m_FileName{}, m_pFile(nullptr)
+{
+    VESK_ASSERT(Name);
+    // A bounded copy that leaves the last character non-zero exactly when
+    // the name does not fit.
+    const size_t length = strnlen(Name, sizeof(m_FileName));
+    std::memcpy(m_FileName, Name, length);
+    VESK_ASSERT((m_FileName[sizeof(m_FileName) - 1] == 0) && "File name is too long!");
+
+    m_FileDescriptor = open(Name, flags, mode);
+    if (m_FileDescriptor == -1) {
+        m_LastError = errno;
+        return;
+    }
+
+    // Every open is refused while another process writes the file, so no
+    // reader ever sees a record half written. The descriptor stays open
+    // until destruction; note that closing it drops any lock this process
+    // holds on the file through another object.
+    const pid_t owner = CheckForLock();
+    if (m_LastError != 0 || owner != -1) {
+        m_LastError = FILE_ACCESS_DENIED;
+        return;
+    }
+
+    if (!ApplyLock(flags)) {
+        return;
+    }
+
+    // Read-write opens get a read-only stream: the units have always asked
+    // for "rw", which the C library reads as "r" (only the first letter and
+    // a '+' count). "r" is the defined spelling of that, so stream reads
+    // work on them and stream writes fail with EBADF, as they always have.
+    // Read-write files (the pipes) are written through Write instead.
+    const int accessMode = flags & O_ACCMODE;
+    const char* streamMode = (accessMode == O_WRONLY) ? "w" : "r";
+    m_pFile = fdopen(m_FileDescriptor, streamMode);
+    if (m_pFile == nullptr) {
+        m_LastError = errno;
+    }
+}
+
+COSSLinuxFile::~COSSLinuxFile()
+{
+    Close();
+}
+
+pid_t COSSLinuxFile::CheckForLock()
+{
+    // F_GETLK reports only other processes' locks: this process's own locks
+    // never conflict with it.
+    struct flock lock = WholeFileLock(F_WRLCK);
+    if (fcntl(m_FileDescriptor, F_GETLK, &lock) == -1) {
+        m_LastError = errno;
+        PrintLine("Error in COSSLinuxFile::CheckForLock(F_WRLCK): %d\n", m_LastError);
+    }
+    if (lock.l_pid == -1) {
+        lock = WholeFileLock(F_RDLCK);
+        if (fcntl(m_FileDescriptor, F_GETLK, &lock) == -1) {
+            m_LastError = errno;
+            PrintLine("Error in COSSLinuxFile::CheckForLock(F_RDLCK): %d\n", m_LastError);
+        }
+    }
+    if (lock.l_pid != -1) {
+        PrintLine("%d COSSLinuxFile::CheckForLock() %s locked by %d for %d\n", static_cast<int>(getpid()), m_FileName,
+                  static_cast<int>(lock.l_pid), static_cast<int>(lock.l_type));
+        return lock.l_pid;
+    }
+    return -1;
+}
+
+bool COSSLinuxFile::ApplyLock(int flags)
+{
+    // Readers and read-write users (the pipes) never stand in anyone's way;
+    // only a write-only open claims the file.
+    if ((flags & O_ACCMODE) != O_WRONLY) {
+        return true;
+    }
+    struct flock lock = WholeFileLock(F_WRLCK);
+    if (fcntl(m_FileDescriptor, F_SETLK, &lock) == 0) {
+        return true;
+    }
+    const int error = errno;
+    if (error == EAGAIN) {
+        // Another process took the lock after our check. F_SETLK does not
+        // say who, so ask; the owner may already be gone again (-1).
+        struct flock holder = WholeFileLock(F_WRLCK);
+        if (fcntl(m_FileDescriptor, F_GETLK, &holder) == -1) {
+            holder.l_pid = -1;
+        }
+        m_LastError = FILE_ACCESS_DENIED;
+        PrintLine("%d: COSSLinuxFile::ApplyLock(%d) locked by %d %s\n", static_cast<int>(getpid()), flags,
+                  static_cast<int>(holder.l_pid), m_FileName);
+    } else {
+        m_LastError = error;
+        PrintLine("Error in COSSLinuxFile::ApplyLock(%d): %d\n", flags, error);
+    }
+    return false;
+}
+
+void COSSLinuxFile::Close()
+{
+    if (m_pFile != nullptr) {
+        // fclose releases the descriptor even when it fails (a failed final
+        // flush), so the descriptor is not closed a second time: by then
+        // its number may belong to a file opened by another thread.
+        if (std::fclose(m_pFile) != 0) {
+            m_LastError = errno;
+        }
+        m_pFile = nullptr;
+    } else if (m_FileDescriptor != -1) {
+        close(m_FileDescriptor);
+    }
+    m_FileDescriptor = -1;
+}
+
+bool COSSLinuxFile::Seek(int offset, int whence)
+{
+    if (m_FileDescriptor == -1) {
+        return false;
+    }
+    m_LastError = 0;
+    if (lseek(m_FileDescriptor, offset, whence) == -1) {
+        m_LastError = errno;
+        return false;
+    }
+    return true;
+}
+
+bool COSSLinuxFile::Read(Buffer_Bytes_T* Buffer)
+{
+    VESK_ASSERT(Buffer);
+    if (m_FileDescriptor == -1) {
+        return false;
+    }
+    m_LastError = 0;
+    const ssize_t count = read(m_FileDescriptor, Buffer->ptr(), Buffer->size());
+    if (count == -1) {
+        m_LastError = errno;
+        return false;
+    }
+    Buffer->size(static_cast<size_t>(count));
+    return true;
+}
+
+bool COSSLinuxFile::Write(const Buffer_Bytes_T* Buffer)
+{
+    VESK_ASSERT(Buffer);
+    if (m_FileDescriptor == -1) {
+        return false;
+    }
+    m_LastError = 0;
+    const ssize_t count = write(m_FileDescriptor, Buffer->ptr(), Buffer->size());
+    if (count == -1) {
+        m_LastError = errno;
+        return false;
+    }
+    Buffer->size(static_cast<size_t>(count));
+    return true;
+}
+
+bool COSSLinuxFile::Ioctl(unsigned request, unsigned argument)
+{
+    if (m_FileDescriptor == -1) {
+        return false;
+    }
+    m_LastError = 0;
+    // Any non-zero result is a failure and is itself the recorded error
+    // (-1 for a failed call; errno is not consulted).
+    const int result = ioctl(m_FileDescriptor, request, argument);
+    if (result != 0) {
+        m_LastError = result;
+        return false;
+    }
+    return true;
+}
+
+template <typename Scanned, typename Stored>
+bool COSSLinuxFile::ReadStreamValue(Stored* Data, const char* Format)
+{
+    VESK_ASSERT(Data);
+    FILE* pFile = m_pFile;
+    VESK_ASSERT(pFile);
+    Scanned value{};
+    if (std::fscanf(pFile, Format, &value) != EOF) {
+        // A matching failure (nothing converted) stores the zeroed
+        // temporary.
+        *Data = FromScanned<Stored>(value);
+        m_LastError = 0;
+        return true;
+    }
+    // errno is deliberately not cleared before the scan: running out of
+    // text is only a failure when something went wrong before it.
+    m_LastError = errno;
+    return m_LastError == 0;
+}
+
+template <typename Scanned, typename Stored>
+bool COSSLinuxFile::ReadStreamValues(Stored* Data, size_t Count, const char* Format)
+{
+    VESK_ASSERT(Data);
+    FILE* pFile = m_pFile;
+    VESK_ASSERT(pFile);
+    int error = 0;
+    for (size_t i = 0; i < Count; ++i) {
+        Scanned value{};
+        if (std::fscanf(pFile, Format, &value) != EOF) {
+            Data[i] = FromScanned<Stored>(value);
+        } else {
+            error = errno;
+        }
+    }
+    m_LastError = error;
+    return m_LastError == 0;
+}
+
+bool COSSLinuxFile::ReadStream(UINT8* Data)
+{
+    return ReadStreamValue<unsigned int>(Data, "%u ");
+}
+
+bool COSSLinuxFile::ReadStream(UINT16* Data)
+{
+    return ReadStreamValue<unsigned int>(Data, "%u ");
+}
+
+bool COSSLinuxFile::ReadStream(UINT32* Data)
+{
+    return ReadStreamValue<unsigned int>(Data, "%u ");
+}
+
+bool COSSLinuxFile::ReadStream(int* Data)
+{
+    return ReadStreamValue<int>(Data, "%d ");
+}
+
+bool COSSLinuxFile::ReadStream(long unsigned int* Data)
+{
+    return ReadStreamValue<size_t>(Data, "%zu ");
+}
+
+bool COSSLinuxFile::ReadStream(int* Data, size_t Count)
+{
+    return ReadStreamValues<int>(Data, Count, "%d ");
+}
+
+bool COSSLinuxFile::ReadStream(double* Data)
+{
+    return ReadStreamValue<float>(Data, "%f");
+}
+
+bool COSSLinuxFile::ReadStream(float* Data)
+{
+    return ReadStreamValue<float>(Data, "%f");
+}
+
+bool COSSLinuxFile::ReadStream(float* Data, size_t Count)
+{
+    return ReadStreamValues<float>(Data, Count, "%f ");
+}
+
+bool COSSLinuxFile::ReadStream(char* Data)
+{
+    return ReadStreamValue<int>(Data, "%d ");
+}
+
+bool COSSLinuxFile::ReadStream(char* Data, const char* Format)
+{
+    VESK_ASSERT(Data);
+    VESK_ASSERT(Format);
+    if (m_pFile == nullptr) {
+        return false;
+    }
+    if (std::fscanf(m_pFile, Format, Data) != EOF) {
+        return true;
+    }
+    m_LastError = errno;
+    return false;
+}
+
+bool COSSLinuxFile::ReadStream(short int* Data)
+{
+    return ReadStreamValue<int>(Data, "%d");
+}
+
+bool COSSLinuxFile::ReadStream(short int* Data, size_t Count)
+{
+    return ReadStreamValues<int>(Data, Count, "%d ");
+}
+
+bool COSSLinuxFile::ReadStream(bool* Data)
+{
+    return ReadStreamValue<int>(Data, "%d");
+}
+
+bool COSSLinuxFile::WriteStream(const char* Data)
+{
+    VESK_ASSERT(Data);
+    if (m_pFile != nullptr) {
+        m_LastError = 0;
+        if (std::fputs(Data, m_pFile) == EOF) {
+            m_LastError = errno;
+        }
+        if (std::fflush(m_pFile) != 0) {
+            m_LastError = errno;
+        }
+    }
+    return m_LastError == 0;
+}
+
+int COSSLinuxFile::Poll(short events, int timeout)
+{
+    if (m_FileDescriptor == -1) {
+        return 0;
+    }
+    m_LastError = 0;
+    pollfd member{m_FileDescriptor, events, 0};
+    const int result = poll(&member, 1, timeout);
+    if (result == -1) {
+        m_LastError = errno;
+    }
+    return result;
+}
+
+int COSSLinuxFile::MultiPoll(PollMembers_T* ElementsToPoll, int timeout)
+{
+    VESK_ASSERT(ElementsToPoll);
+    m_LastError = 0;
+    // A copy, so that the caller's entries never carry returned events.
+    std::vector<pollfd> members;
+    members.reserve(ElementsToPoll->size());
+    for (const pollfd& element : *ElementsToPoll) {
+        const int fd = element.fd;
+        VESK_ASSERT((fd != -1) && "bad FileDescriptor specified");
+        members.push_back(pollfd{fd, element.events, 0});
+    }
+
+    const int result = poll(members.data(), members.size(), timeout);
+    if (result == -1) {
+        m_LastError = errno;
+        return -1;
+    }
+    if (result == 0 || members.empty()) {
+        return result;
+    }
+    // One source per call, earliest first: a caller that serves it and
+    // polls again reaches the later ones.
+    for (size_t i = 0; i < members.size(); ++i) {
+        if ((members[i].revents & members[i].events) != 0) {
+            return static_cast<int>(i + 1);
+        }
+    }
+    // Only conditions nobody asked for (hang-up, error): nothing to serve.
+    return 0;
+}
+
+int COSSLinuxFile::GetLastError() const
+{
+    return m_LastError;
+}
+
+int COSSLinuxFile::GetFileDescriptor() const
+{
+    return m_FileDescriptor;
+}
+
+bool COSSLinuxFile::SeekStream(long offset, int whence)
+{
+    if (m_pFile == nullptr) {
+        return false;
+    }
+    m_LastError = 0;
+    if (std::fseek(m_pFile, offset, whence) == -1) {
+        m_LastError = errno;
+    }
+    return m_LastError == 0;
+}
+
+long COSSLinuxFile::TellStream()
+{
+    if (m_pFile == nullptr) {
+        return -1;
+    }
+    m_LastError = 0;
+    const long position = std::ftell(m_pFile);
+    if (position == -1) {
+        m_LastError = errno;
+    }
+    return position;
+}
+
+int COSSLinuxFile::Fsync()
+{
+    if (m_FileDescriptor == -1) {
+        return 0;
+    }
+    if (fsync(m_FileDescriptor) == -1) {
+        return errno;
+    }
+    return 0;
+}
+
+int COSSLinuxFile::Ftruncate(int length)
+{
+    if (m_FileDescriptor == -1) {
+        return 0;
+    }
+    if (ftruncate(m_FileDescriptor, length) == -1) {
+        const int error = errno;
+        PrintLine("Error in COSSLinuxFile::Ftruncate(): %d\n", error);
+        return error;
+    }
+    return 0;
+}
