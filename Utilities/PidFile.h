@@ -1,0 +1,48 @@
+#ifndef UTILITIES_PIDFILE_H
+#define UTILITIES_PIDFILE_H
+
+#include <string>
+
+#include "Utilities/IOSSFactory.h"
+#include "Utilities/VeskEventCode.h"
+
+// A task's announcement that it runs: "<pid>.txt" in the directory named by
+// PID_LOCATION, holding the task name, the name of its command-pipe variable,
+// the pid and the software version, one per line. The task writes it when
+// its loop starts and removes it when the loop ends; the process that forked
+// the task waits for it with its own object.
+class CPidFile {
+public:
+    // CommandPipe is the name of the task's command-pipe environment variable,
+    // or null for none; it must be shorter than 256 characters. The task name
+    // is taken from the factory now, so set it on the factory first.
+    CPidFile(IOSSFactory* pFactory, const char* CommandPipe);
+
+    CPidFile(const CPidFile&) = delete;
+    CPidFile& operator=(const CPidFile&) = delete;
+
+    // Writes the file for the calling process. NO_ROOT_DIR_ENVVAR_PRESENT
+    // when PID_LOCATION is unset or the file cannot be created; the line
+    // writes themselves are not checked.
+    VeskEventCode_T WritePidFile();
+    // Removes the file written by WritePidFile; OSS_FILE_FAILURE when none
+    // was written by this object.
+    VeskEventCode_T RemovePidFile();
+    // Checks once a second, eleven times, the first after one second, for the
+    // file of process pid; true as soon as it is there.
+    bool WaitForPidFile(int pid);
+    // PID_LOCATION + "/" + pid + ".txt". Valid until the next call. Aborts
+    // when PID_LOCATION is unset.
+    const char* PidFilePath(int pid) const;
+
+private:
+    static std::string PidFileName(int pid);
+
+    int m_Pid;
+    std::string m_TaskName;
+    char m_CommandPipe[256];
+    IOSSFactory* m_pFactory;
+    mutable std::string m_Path;
+};
+
+#endif
