@@ -1,0 +1,62 @@
+#ifndef UTILITIES_EVENTCODES_H
+#define UTILITIES_EVENTCODES_H
+
+#include <cstddef>
+#include <string>
+
+#include "Utilities/VeskEventCode.h"
+
+class IOSSFactory;
+class IDatabaseErrorStatusMessage;
+
+// Reports one event: turns it into one line, prints and logs that line,
+// drives the LED pattern and the error status word the event has. Also sends
+// acknowledgements to the error-handler task. Built by the factory for one
+// call and thrown away; the LED task and the error status record keep the
+// state.
+class CEventCodes {
+public:
+    static constexpr size_t cMessageSize = 512;
+    // What is shown for a code that has no text of its own.
+    static constexpr const char* cNotListedText = "Event Not Listed in CEventCodes.cpp";
+
+    // Neither pointer is owned; the error status record may be null (no
+    // status effects then).
+    CEventCodes(IOSSFactory* pFactory, IDatabaseErrorStatusMessage* pErrorStatus);
+    CEventCodes(const CEventCodes&) = delete;
+    CEventCodes& operator=(const CEventCodes&) = delete;
+
+    // Prints "<priority>::<line>" and logs the line at that syslog priority,
+    // then applies the LED and error status effects of the code (also when the
+    // line was too long to print). Returns 0 or -125 (line too long).
+    VeskEventCode_T SendEvent(int priority, VeskEventCode_T code, const char* Where, const char* Why);
+
+    // Formats the event line into the message buffer; -125 when it needs 512
+    // characters or more (the buffer then holds its first 511).
+    VeskEventCode_T ConstructMessage(const char* What, const char* Where, const char* Why, VeskEventCode_T code);
+    // Formats "<task name>:<Ack>" into the message buffer; -125 when too long.
+    VeskEventCode_T ConstructAck(const char* Ack);
+    // Sends "<task name>:<Ack>" to the pipe named by IPC_ERROR_HANDLER_TASK.
+    // Returns -125 (nothing sent), or the pipe's result.
+    VeskEventCode_T SendAckToErrorHandler(const char* Ack);
+    // Sets or clears the code's LED pattern, if it has one. The LED is
+    // advisory: the pipe's result is ignored and 0 returned.
+    VeskEventCode_T SendToLed(VeskEventCode_T code);
+    // Applies the code's error status mask, if it has one and there is a
+    // record. Always 0.
+    VeskEventCode_T UpdateErrorStatus(VeskEventCode_T code);
+
+    // The text of the code's row, or null when it has none.
+    static const char* EventText(VeskEventCode_T code);
+
+    // The last line or acknowledgement built.
+    const char* GetMessage() const { return m_Message; }
+
+private:
+    std::string m_Task;
+    char m_Message[cMessageSize];
+    IOSSFactory* m_pFactory;
+    IDatabaseErrorStatusMessage* m_pErrorStatus;
+};
+
+#endif
