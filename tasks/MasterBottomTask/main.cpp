@@ -1,0 +1,58 @@
+// Entry point of the master bottom task process. Started on every model by
+// the unit's start-up scripts; runs only on the product family that has a
+// master bottom to publish.
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "Database/DatabaseErrorStatusMessage.h"
+#include "Utilities/OSSLinuxFactory.h"
+#include "Utilities/PidFile.h"
+#include "Utilities/ProductFamily.h"
+#include "tasks/MasterBottomTask/MasterBottomTask.h"
+
+namespace {
+
+constexpr int cErrorLevel = 3;
+constexpr int cInfoLevel = 6;
+const char* const cWhere = "MasterBottomTask main()";
+
+} // namespace
+
+int main()
+{
+    // These live as long as the process: the process ends by returning.
+    COSSLinuxFactory* pFactory = new COSSLinuxFactory();
+    CDatabaseErrorStatusMessage* pErrorStatus = new CDatabaseErrorStatusMessage(pFactory);
+    pFactory->SetErrorStatusMessage(pErrorStatus);
+
+    if (GetProductFamily(pFactory) != cProductFamilyMasterBottom) {
+        pFactory->SendEvent(cInfoLevel, SUCCESS, cWhere, "NO NEED TO LAUNCH MASTERBOTTOM TASK ON THIS SOUNDER ");
+        return 0;
+    }
+
+    IVesk900Task* pTask = new MasterBottomTask(pFactory);
+    pFactory->SendEvent(cInfoLevel, SUCCESS, cWhere, "Launching DUSKO5 MasterBottomTask");
+
+    const VeskEventCode_T status = pTask->GetStatus();
+    if (status != SUCCESS) {
+        pFactory->SendEvent(cErrorLevel, status, "main()", "Failed to create MasterBottomTask Task");
+        return 1;
+    }
+
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        pTask->Start(0);
+        return 0;
+    }
+
+    // The parent only waits for the child to announce itself; it does not
+    // reap it: the child outlives the parent and is adopted by init.
+    CPidFile pidFile(pFactory, nullptr);
+    if (pidFile.WaitForPidFile(child)) {
+        return 0;
+    }
+    pFactory->SendEvent(cErrorLevel, 1, cWhere, "No PID found");
+    return 1;
+}

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Builds everything in two configurations and runs every test in both:
+#   build/release   g++, hardened release flags
+#   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, libFuzzer targets
+# Exits non-zero when anything fails to build, any test fails, or a
+# configuration runs fewer tests than the other.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+tools/install-deps.sh
+
+jobs=$(nproc)
+
+configure_and_build() {
+    local dir=$1
+    shift
+    cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+    ninja -C "$dir"
+}
+
+run_tests() {
+    local dir=$1
+    local log="$dir/ctest.log"
+    echo "== tests in $dir"
+    # Test timeouts are generous; nothing asserts on speed.
+    if ! (cd "$dir" && ctest --output-on-failure --no-tests=error -j "$jobs" 2>&1 | tee ctest.log); then
+        echo "FAILED: tests in $dir"
+        return 1
+    fi
+    grep -Eo 'out of [0-9]+' "$log" | tail -n 1 | awk '{print $3}' > "$dir/test-count"
+}
+
+configure_and_build build/release -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++
+configure_and_build build/sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+    -DVESK_SANITIZE=ON -DVESK_FUZZERS=ON
+
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+
+status=0
+run_tests build/release || status=1
+run_tests build/sanitize || status=1
+
+if [ $status -eq 0 ]; then
+    release_count=$(cat build/release/test-count)
+    sanitize_count=$(cat build/sanitize/test-count)
+    if [ "$release_count" != "$sanitize_count" ]; then
+        echo "FAILED: the configurations ran different numbers of tests ($release_count, $sanitize_count)"
+        status=1
+    fi
+fi
+
+if [ $status -eq 0 ]; then
+    echo "All tests passed in both configurations."
+else
+    echo "Some tests FAILED."
+fi
+exit $status
