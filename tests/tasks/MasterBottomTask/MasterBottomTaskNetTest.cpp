@@ -1,0 +1,428 @@
+// The task as the unit runs it: the real executable, started the way the
+// start-up scripts start it, in a network namespace where eth0 has
+// 10.0.0.2/24, listened to as a display unit listens to it.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "Database/DatabaseLocalBottomRecord.h"
+#include "Database/DatabaseMasterBottomRecordMessage.h"
+#include "Database/DatabaseSystemSettingsMessage.h"
+#include "Utilities/OSSLinuxFactory.h"
+#include "Utilities/OSSLinuxFile.h"
+#include "tests/support/Sandbox.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+// Only a bound on how long a broken task is waited for, never a measure.
+constexpr auto cPatience = std::chrono::seconds(20);
+
+constexpr int32_t cNoBottom = INT32_MIN;
+
+class MasterBottomTaskNetTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_Sandbox.SetUnitEnvironment();
+        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
+                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
+                              "ip link set eth0-peer up"),
+                  0);
+        // The task is the launcher's child; it becomes ours when the launcher exits.
+        ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+        OpenReceiver();
+        m_ErrorHandlerPipe = open(std::getenv("IPC_ERROR_HANDLER_TASK"), O_RDONLY | O_NONBLOCK);
+        ASSERT_GE(m_ErrorHandlerPipe, 0);
+    }
+
+    void TearDown() override
+    {
+        if (m_TaskPid > 0 && kill(m_TaskPid, 0) == 0) {
+            kill(m_TaskPid, SIGKILL);
+            waitpid(m_TaskPid, nullptr, 0);
+        }
+        if (m_Receiver >= 0) {
+            close(m_Receiver);
+        }
+        if (m_ErrorHandlerPipe >= 0) {
+            close(m_ErrorHandlerPipe);
+        }
+    }
+
+    void OpenReceiver()
+    {
+        m_Receiver = socket(AF_INET, SOCK_DGRAM, 0);
+        ASSERT_GE(m_Receiver, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(3201);
+        address.sin_addr.s_addr = htonl(INADDR_ANY);
+        ASSERT_EQ(bind(m_Receiver, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+        ip_mreq membership{};
+        membership.imr_multiaddr.s_addr = inet_addr("224.0.0.64");
+        membership.imr_interface.s_addr = inet_addr("10.0.0.2");
+        ASSERT_EQ(setsockopt(m_Receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership)), 0);
+    }
+
+    // Runs the executable as the start-up scripts do; returns the launcher's
+    // exit status. The output of both processes goes to task.out.
+    int Launch()
+    {
+        const std::string output = m_Sandbox / "task.out";
+        const pid_t launcher = fork();
+        if (launcher == 0) {
+            const int fd = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
+            dup2(fd, STDOUT_FILENO);
+            dup2(fd, STDERR_FILENO);
+            execl(VESK_TASK_BINARY, VESK_TASK_BINARY, static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        int status = 0;
+        waitpid(launcher, &status, 0);
+        m_TaskPid = FindTaskPid();
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    pid_t FindTaskPid() const
+    {
+        const std::string listing = m_Sandbox / "pids";
+        const std::string command = "ls " + std::string(std::getenv("PID_LOCATION")) + " > " + listing;
+        if (std::system(command.c_str()) != 0) {
+            return -1;
+        }
+        const std::string names = CSandbox::ReadFile(listing);
+        return names.empty() ? -1 : static_cast<pid_t>(std::atoi(names.c_str()));
+    }
+
+    std::string PidFilePath() const
+    {
+        return std::string(std::getenv("PID_LOCATION")) + "/" + std::to_string(m_TaskPid) + ".txt";
+    }
+
+    std::string Output() const { return CSandbox::ReadFile(m_Sandbox / "task.out"); }
+
+    void SendCommand(const std::string& Command)
+    {
+        const int fd = open(std::getenv("IPC_MASTER_BOTTOM_TASK"), O_WRONLY | O_NONBLOCK);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(write(fd, Command.c_str(), Command.size() + 1), static_cast<ssize_t>(Command.size() + 1));
+        close(fd);
+    }
+
+    // Exit status of the task after it has ended by itself.
+    int WaitForTaskExit()
+    {
+        int status = 0;
+        const auto deadline = Clock::now() + cPatience;
+        while (waitpid(m_TaskPid, &status, WNOHANG) == 0) {
+            if (Clock::now() > deadline) {
+                return -1;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        m_TaskPid = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    // Stores what the ping tasks and the settings would store, waiting out
+    // the task's own brief hold of a file.
+    template <typename Record>
+    static void Store(Record& record)
+    {
+        VeskEventCode_T status;
+        while ((status = record.writeDB()) == FILE_ACCESS_DENIED) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ASSERT_EQ(status, SUCCESS);
+    }
+
+    void SetInputs(uint8_t SecondaryState, int32_t SecondaryDepth, uint8_t PrimaryState, int32_t PrimaryDepth,
+                   int32_t Offset)
+    {
+        CDatabaseSystemSettingsMessage settings(&m_Factory);
+        settings.SetDepthOffset(Offset);
+        Store(settings);
+        CDatabaseLocalBottomRecord secondary(&m_Factory, "SPT");
+        secondary.SetState(SecondaryState);
+        secondary.SetDepth(SecondaryDepth);
+        Store(secondary);
+        CDatabaseLocalBottomRecord primary(&m_Factory, "PPT");
+        primary.SetState(PrimaryState);
+        primary.SetDepth(PrimaryDepth);
+        Store(primary);
+    }
+
+    // Receives until a packet satisfies Accept; false when none came in time.
+    bool ReceiveUntil(const std::function<bool(const Sonar4MasterBottomRecordPacket&, size_t)>& Accept,
+                      Sonar4MasterBottomRecordPacket* pLast = nullptr)
+    {
+        const auto deadline = Clock::now() + cPatience;
+        while (Clock::now() < deadline) {
+            pollfd ready{m_Receiver, POLLIN, 0};
+            if (poll(&ready, 1, 100) <= 0) {
+                continue;
+            }
+            uint8_t datagram[1500];
+            const ssize_t size = recv(m_Receiver, datagram, sizeof(datagram), 0);
+            Sonar4MasterBottomRecordPacket packet{};
+            std::memcpy(packet.data(), datagram, std::min<size_t>(sizeof(packet), size > 0 ? size : 0));
+            if (pLast != nullptr) {
+                *pLast = packet;
+            }
+            if (Accept(packet, static_cast<size_t>(size))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool ReceiveMasterBottom(int32_t Depth, uint8_t OffsetMode)
+    {
+        return ReceiveUntil([&](const Sonar4MasterBottomRecordPacket& packet, size_t) {
+            return packet.GetMasterDepth() == Depth && packet.GetOffsetMode() == OffsetMode;
+        });
+    }
+
+    void DrainReceiver()
+    {
+        uint8_t datagram[1500];
+        while (recv(m_Receiver, datagram, sizeof(datagram), MSG_DONTWAIT) > 0) {
+        }
+    }
+
+    std::string ReadErrorHandlerPipe()
+    {
+        std::string received;
+        char chunk[256];
+        ssize_t count;
+        while ((count = read(m_ErrorHandlerPipe, chunk, sizeof(chunk))) > 0) {
+            received.append(chunk, static_cast<size_t>(count));
+        }
+        return received;
+    }
+
+    CSandbox m_Sandbox;
+    COSSLinuxFactory m_Factory;
+    int m_Receiver = -1;
+    int m_ErrorHandlerPipe = -1;
+    pid_t m_TaskPid = -1;
+};
+
+const std::string cLinePrefix = "MasterBottomTask:";
+// Before the task has named itself, the factory reports as "NoName".
+const std::string cUnnamedPrefix = "6::NoName:";
+
+TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRules)
+{
+    ASSERT_EQ(Launch(), 0);
+    ASSERT_GT(m_TaskPid, 0);
+    ASSERT_TRUE(CSandbox::Exists(PidFilePath()));
+
+    struct Row {
+        uint8_t Ss;
+        int32_t Ds;
+        uint8_t Sp;
+        int32_t Dp;
+        int32_t Offset;
+        int32_t Depth;
+        uint8_t Mode;
+    };
+    std::vector<Row> rows;
+    const int32_t offsets[] = {-300, 0, 250};
+    const uint8_t modes[] = {1, 0, 2};
+    for (int o = 0; o < 3; ++o) {
+        const int32_t offset = offsets[o];
+        for (uint8_t ss : {0, 1, 2}) {
+            for (uint8_t sp : {0, 1, 2}) {
+                int32_t depth = cNoBottom;
+                if (ss == 2 && sp == 2) {
+                    depth = 1200 + offset;
+                } else if (ss == 2 && sp == 0) {
+                    depth = 1200 + offset;
+                } else if (ss == 0 && sp == 2) {
+                    depth = 1500 + offset;
+                }
+                rows.push_back({ss, 1200, sp, 1500, offset, depth, modes[o]});
+            }
+        }
+        // The primary shallower, and both equal.
+        rows.push_back({2, 1500, 2, 1200, offset, 1200 + offset, modes[o]});
+        rows.push_back({2, 800, 2, 800, offset, 800 + offset, modes[o]});
+    }
+
+    for (const Row& row : rows) {
+        SetInputs(row.Ss, row.Ds, row.Sp, row.Dp, row.Offset);
+        EXPECT_TRUE(ReceiveMasterBottom(row.Depth, row.Mode))
+            << "Ss=" << int(row.Ss) << " Ds=" << row.Ds << " Sp=" << int(row.Sp) << " Dp=" << row.Dp
+            << " O=" << row.Offset;
+    }
+
+    // With the inputs steady, every packet is the record file, byte for byte.
+    Sonar4MasterBottomRecordPacket last{};
+    size_t lastSize = 0;
+    ASSERT_TRUE(ReceiveUntil(
+        [&](const Sonar4MasterBottomRecordPacket&, size_t size) {
+            lastSize = size;
+            return true;
+        },
+        &last));
+    EXPECT_EQ(lastSize, 22u);
+    const std::string file =
+        CSandbox::ReadFile(std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin");
+    EXPECT_EQ(file, std::string(reinterpret_cast<const char*>(last.data()), sizeof(last)));
+    EXPECT_EQ(last.GetMessageID(), 0x270108u);
+    EXPECT_EQ(last.GetSerialNumber(), 1234u);
+
+    EXPECT_EQ(Output().find("3::"), std::string::npos) << Output();
+}
+
+TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilently)
+{
+    ASSERT_EQ(Launch(), 0);
+    SendCommand("Are You Alive?");
+    const std::string ack = cLinePrefix + "ACK_MasterBottomTask" + std::string(1, '\0');
+    std::string received;
+    const auto deadline = Clock::now() + cPatience;
+    while (received.size() < ack.size() && Clock::now() < deadline) {
+        received += ReadErrorHandlerPipe();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    SendCommand("Shutdown");
+    ASSERT_EQ(WaitForTaskExit(), 0);
+    received += ReadErrorHandlerPipe();
+    EXPECT_EQ(received, ack);
+    EXPECT_EQ(Output().find("3::"), std::string::npos) << Output();
+}
+
+TEST_F(MasterBottomTaskNetTest, ReportsCommandsItDoesNotServe)
+{
+    ASSERT_EQ(Launch(), 0);
+    SendCommand("UpdateSystemSettings");
+    SendCommand("Shutdown");
+    ASSERT_EQ(WaitForTaskExit(), 0);
+    const std::string output = Output();
+    EXPECT_NE(output.find("3::MasterBottomTask:PIPE_COMMAND_UNKNOWN (-127) @ "), std::string::npos) << output;
+    EXPECT_NE(output.find(" in MasterBottomTask::Start because Command decode Unknown (OptDebug Build)\n"),
+              std::string::npos)
+        << output;
+}
+
+TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
+{
+    SetInputs(2, 1000, 0, 0, 0);
+    ASSERT_EQ(Launch(), 0);
+    ASSERT_TRUE(ReceiveMasterBottom(1000, 0));
+    const std::string pidFile = PidFilePath();
+
+    // Held still, the task sees the new inputs and the command together: the
+    // one turn that reads "Shutdown" must still update and broadcast.
+    ASSERT_EQ(kill(m_TaskPid, SIGSTOP), 0);
+    SetInputs(2, 4321, 0, 0, -1);
+    SendCommand("Shutdown");
+    DrainReceiver();
+    ASSERT_EQ(kill(m_TaskPid, SIGCONT), 0);
+    ASSERT_EQ(WaitForTaskExit(), 0);
+
+    Sonar4MasterBottomRecordPacket last{};
+    bool sawNewBottom = false;
+    while (ReceiveUntil([](const Sonar4MasterBottomRecordPacket&, size_t) { return true; }, &last)) {
+        sawNewBottom = sawNewBottom || last.GetMasterDepth() == 4320;
+        uint8_t datagram[64];
+        if (recv(m_Receiver, datagram, sizeof(datagram), MSG_DONTWAIT | MSG_PEEK) <= 0) {
+            break;
+        }
+    }
+    EXPECT_TRUE(sawNewBottom);
+    EXPECT_EQ(last.GetMasterDepth(), 4320);
+    EXPECT_EQ(last.GetOffsetMode(), 1);
+
+    EXPECT_FALSE(CSandbox::Exists(pidFile));
+    const std::string output = Output();
+    const std::string ending = "6::MasterBottomTask:Shutdown task request (-135) @ ";
+    const size_t at = output.rfind(ending);
+    ASSERT_NE(at, std::string::npos) << output;
+    EXPECT_NE(output.find(" in MasterBottomTask::Start because MasterBottomTask Task ending (OptDebug Build)\n", at),
+              std::string::npos);
+}
+
+TEST_F(MasterBottomTaskNetTest, AWriterHoldingTheRecordIsNoError)
+{
+    SetInputs(2, 2000, 2, 2100, 0);
+    ASSERT_EQ(Launch(), 0);
+    ASSERT_TRUE(ReceiveMasterBottom(2000, 0));
+
+    int release[2];
+    int held[2];
+    ASSERT_EQ(pipe(release), 0);
+    ASSERT_EQ(pipe(held), 0);
+    const pid_t holder = fork();
+    if (holder == 0) {
+        const std::string path =
+            std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin";
+        COSSLinuxFile file(path.c_str(), O_WRONLY, 0);
+        char go = file.GetLastError() == 0 ? 'y' : 'n';
+        (void)!write(held[1], &go, 1);
+        (void)!read(release[0], &go, 1);
+        _exit(0);
+    }
+    char answer = 0;
+    ASSERT_EQ(read(held[0], &answer, 1), 1);
+    ASSERT_EQ(answer, 'y');
+    // The task keeps turning while the record is held: the other bottoms
+    // change underneath, unseen until the hold ends.
+    SetInputs(2, 2500, 2, 2600, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    (void)!write(release[1], "x", 1);
+    waitpid(holder, nullptr, 0);
+
+    EXPECT_TRUE(ReceiveMasterBottom(2500, 0));
+    const std::string output = Output();
+    EXPECT_EQ(output.find("Failed to write MasterBottomRecord"), std::string::npos) << output;
+    EXPECT_EQ(output.find("3::"), std::string::npos) << output;
+    for (int fd : {release[0], release[1], held[0], held[1]}) {
+        close(fd);
+    }
+}
+
+TEST_F(MasterBottomTaskNetTest, OtherProductsNeedNoMasterBottomTask)
+{
+    m_Sandbox.SetEnv("PRODUCT_ID", std::getenv("PRODUCT_ID_ORVA1"));
+    EXPECT_EQ(Launch(), 0);
+    EXPECT_EQ(m_TaskPid, -1);
+    EXPECT_NE(Output().find(cUnnamedPrefix + "SUCCESS (0) @ "), std::string::npos);
+    EXPECT_NE(Output().find(" in MasterBottomTask main() because NO NEED TO LAUNCH MASTERBOTTOM TASK ON THIS "
+                            "SOUNDER  (OptDebug Build)\n"),
+              std::string::npos)
+        << Output();
+}
+
+TEST_F(MasterBottomTaskNetTest, ATaskWithoutItsCommandPipeDoesNotStart)
+{
+    m_Sandbox.SetEnv("IPC_MASTER_BOTTOM_TASK", (m_Sandbox / "missing/MasterBottomTask.fifo").c_str());
+    EXPECT_EQ(Launch(), 1);
+    EXPECT_EQ(m_TaskPid, -1);
+    const std::string output = Output();
+    EXPECT_NE(output.find("3::MasterBottomTask:No such file or directory (2) @ "), std::string::npos) << output;
+    EXPECT_NE(output.find(" in main() because Failed to create MasterBottomTask Task (OptDebug Build)\n"),
+              std::string::npos)
+        << output;
+}
+
+} // namespace
