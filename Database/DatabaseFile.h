@@ -1,0 +1,104 @@
+#ifndef DATABASE_DATABASEFILE_H
+#define DATABASE_DATABASEFILE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "Utilities/IOSSFactory.h"
+#include "Utilities/VeskEventCode.h"
+
+// Longest full path of a record file.
+constexpr size_t MAX_DATABASE_PATH_LENGTH = 256;
+
+// What the life cycle of a record file needs to know about its record.
+struct DatabaseFileDescription_T {
+    // Class name of the record: the where-texts of its events start with it.
+    const char* ClassName;
+    // Environment variable naming the directory of the file.
+    const char* DirectoryVariable;
+    // Text of the assertion on a missing factory.
+    const char* FactoryAssertion = "m_pFactory";
+    // False for a record on the event path itself (the error status record):
+    // its construction must neither report nor remember a failure.
+    bool ReportsConstruction = true;
+    // False when a missing file is only reset in memory and comes into being
+    // at the next store.
+    bool CheckForFileWrites = true;
+};
+
+// The file side shared by every record, binary or text: where the file is,
+// whether it is there, and the load-or-create rule applied when a record is
+// built and before every load. A missing file is recreated with the
+// record's defaults, so the database heals itself after a file was lost or
+// rejected.
+//
+// Derived records supply readDB, writeDB and SetDefaults, and call
+// LoadOrCreate from their own constructor (where those overrides are
+// already in place).
+class CDatabaseFile {
+public:
+    virtual ~CDatabaseFile() = default;
+    CDatabaseFile(const CDatabaseFile&) = delete;
+    CDatabaseFile& operator=(const CDatabaseFile&) = delete;
+
+    // Refreshes the in-memory value from the file.
+    virtual VeskEventCode_T readDB() = 0;
+    // Stores the in-memory value into the file.
+    virtual VeskEventCode_T writeDB() = 0;
+
+    // SUCCESS when the file exists. Otherwise the value is reset to its
+    // defaults and (unless the record defers it) stored; a failed store is
+    // reported and kept as the last error.
+    VeskEventCode_T CheckForFile();
+
+    const char* GetDBFilePath() const { return m_DatabaseFilePath.c_str(); }
+    // Failure of the construction or of CheckForFile; 0 when none.
+    VeskEventCode_T GetLastError() const { return m_LastError; }
+
+protected:
+    // An unset directory variable counts as an empty directory name: the
+    // deployment sets all of them, and the record does not guard against it.
+    CDatabaseFile(IOSSFactory* pFactory, const DatabaseFileDescription_T& Description, const std::string& FileName);
+
+    virtual void SetDefaults() = 0;
+
+    // Loads an existing file, or creates it with the defaults.
+    void LoadOrCreate();
+
+    // The record's file, opened through the factory. Null when the
+    // operation is over before it started; Result then says how: SUCCESS
+    // when the factory gave no file object, else the file's error (an errno
+    // value, or -140 while another process holds the file for writing).
+    std::unique_ptr<IOSSFile> Open(int Flags, int Mode, VeskEventCode_T& Result) const;
+    // Opened for a store: created when missing, never truncated on open,
+    // so that a failed write cannot leave an empty file behind.
+    std::unique_ptr<IOSSFile> OpenForStore(VeskEventCode_T& Result) const;
+    // Opened for a load, after CheckForFile has recreated a missing file.
+    std::unique_ptr<IOSSFile> OpenForLoad(VeskEventCode_T& Result);
+
+    // Writes the Size bytes and cuts the file after them (it may have been
+    // longer). A failed or short write is reported with WhyFailed: -142.
+    VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed) const;
+    // Reads exactly Size bytes. A failed read is reported with WhyFailed;
+    // a short file is also reported and removed: -141.
+    VeskEventCode_T LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const;
+
+    bool FileExists() const;
+    // Deletes the file (a rejected or truncated one).
+    void RemoveFile() const;
+    // "<class><separator><operation>", the where-text of an event.
+    std::string Where(const char* Separator, const char* Operation) const;
+
+    IOSSFactory* const m_pFactory;
+    const DatabaseFileDescription_T& m_FileDescription;
+
+private:
+    const std::string m_Directory;
+    const std::string m_FileName;
+    const std::string m_DatabaseFilePath;
+    VeskEventCode_T m_LastError = SUCCESS;
+};
+
+#endif

@@ -1,0 +1,75 @@
+#include "Database/DatabaseLocalBottomRecord.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+const DatabaseFileDescription_T cDescription = {"CDatabaseLocalBottomRecord", "NONPERSISTED_DATABASE_ROOT"};
+
+std::string FileNameFor(const char* Extension)
+{
+    return Extension ? std::string("LocalBottomState") + Extension + ".txt" : std::string("LocalBottomState");
+}
+
+} // namespace
+
+CDatabaseLocalBottomRecord::CDatabaseLocalBottomRecord(IOSSFactory* pFactory, const char* Extension)
+    : CDatabaseFile(pFactory, cDescription, FileNameFor(Extension))
+{
+    LoadOrCreate();
+}
+
+void CDatabaseLocalBottomRecord::SetDefaults()
+{
+    m_Depth = cNoDepth;
+    m_State = cStateNotInUse;
+}
+
+VeskEventCode_T CDatabaseLocalBottomRecord::writeDB()
+{
+    VeskEventCode_T result;
+    const std::unique_ptr<IOSSFile> file = OpenForStore(result);
+    if (!file) {
+        return result;
+    }
+    char text[64] = {};
+    std::snprintf(text, sizeof(text), "%d\n%d\n", m_Depth, m_State);
+    if (file->WriteStream(text)) {
+        // The file is opened without truncation: cut off the tail of a
+        // longer text written before.
+        const long end = file->TellStream();
+        if (end >= 0) {
+            file->Ftruncate(static_cast<int>(end));
+        }
+        return SUCCESS;
+    }
+    m_pFactory->SendEvent(3, file->GetLastError(), Where("::", "writeDB()").c_str(), "failed to write contents");
+    return FAILED_TO_WRITE_FILE_CONTENTS;
+}
+
+VeskEventCode_T CDatabaseLocalBottomRecord::readDB()
+{
+    VeskEventCode_T result;
+    const std::unique_ptr<IOSSFile> file = OpenForLoad(result);
+    if (!file) {
+        return result;
+    }
+    // Each value is kept as soon as it is read, so a file cut short still
+    // yields what it has.
+    int depth = m_Depth;
+    const bool depthRead = file->ReadStream(&depth);
+    if (depthRead) {
+        m_Depth = depth;
+    }
+    UINT8 state = m_State;
+    const bool stateRead = file->ReadStream(&state);
+    if (stateRead) {
+        m_State = state;
+    }
+    if (depthRead && stateRead) {
+        return SUCCESS;
+    }
+    m_pFactory->SendEvent(3, file->GetLastError(), Where("::", "readDB()").c_str(), "failed to read contents");
+    return FAILED_TO_READ_FILE_CONTENTS;
+}

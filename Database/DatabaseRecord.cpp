@@ -1,0 +1,197 @@
+#include "Database/DatabaseRecord.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "Database/SerialNumberInfo.h"
+#include "Utilities/VeskAssert.h"
+
+namespace {
+
+// Header fields written by the record; they are read through Sonar4HeaderView.
+constexpr size_t cIdOffset = 0;
+constexpr size_t cSizeOffset = 4;
+constexpr size_t cVersionOffset = 8;
+constexpr size_t cSerialOffset = 12;
+
+std::string IdAssertion(const char* Subject, const DatabaseRecordNames_T& Names)
+{
+    return std::string(Subject) + ".GetMessageID() == " + Names.MessageId;
+}
+
+} // namespace
+
+CDatabaseRecord::CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description,
+                                 uint8_t* Packet, size_t PacketSize)
+    : CDatabaseFile(pFactory, Description.File, Description.FileName),
+      m_Description(Description),
+      m_pPacket(Packet),
+      m_PacketSize(PacketSize)
+{
+    InitialisePacket(m_pPacket);
+    if (IsAddressed()) {
+        m_SerialNumber = GetUnitSerialNumber();
+    }
+    // readDB, writeDB and SetDefaults are this class's own overrides, so they
+    // are complete here; the packet storage was built before this base.
+    LoadOrCreate();
+}
+
+void CDatabaseRecord::InitialisePacket(uint8_t* Packet) const
+{
+    std::memset(Packet, 0, m_PacketSize);
+    LittleEndian::Write<uint32_t>(Packet + cIdOffset, m_Description.MessageId);
+    LittleEndian::Write<uint32_t>(Packet + cVersionOffset, SONAR4_VERSION);
+}
+
+uint32_t CDatabaseRecord::GetUnitSerialNumber()
+{
+    if (m_SerialNumber != 0) {
+        return m_SerialNumber;
+    }
+    if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
+        m_SerialNumber = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+    } else {
+        m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
+    }
+    return m_SerialNumber;
+}
+
+void CDatabaseRecord::SetDefaults()
+{
+    InitialisePacket(m_pPacket);
+    LittleEndian::Write<uint32_t>(m_pPacket + cSizeOffset, static_cast<uint32_t>(m_PacketSize));
+    if (IsAddressed()) {
+        LittleEndian::Write<uint32_t>(m_pPacket + cSerialOffset, GetUnitSerialNumber());
+    }
+    VESK_ASSERT(cSonar4HeaderSize + m_Description.DefaultPayloadSize <= m_PacketSize);
+    if (m_Description.DefaultPayloadSize != 0) {
+        std::memcpy(m_pPacket + cSonar4HeaderSize, m_Description.DefaultPayload, m_Description.DefaultPayloadSize);
+    }
+    if (m_Description.SetComputedDefaults) {
+        m_Description.SetComputedDefaults(m_pFactory, m_pPacket);
+    }
+}
+
+void CDatabaseRecord::ReplaceInvalidValues(const char* Operation)
+{
+    if (m_Description.ReplaceInvalidValues && m_Description.ReplaceInvalidValues(m_pPacket)) {
+        m_pFactory->SendEvent(6, SUCCESS, Where("::", Operation).c_str(), "Invalid data Values being replaced");
+    }
+}
+
+VeskEventCode_T CDatabaseRecord::writeDB()
+{
+    VeskEventCode_T result;
+    const std::unique_ptr<IOSSFile> file = OpenForStore(result);
+    if (!file) {
+        return result;
+    }
+    ReplaceInvalidValues("writeDB()");
+    const Sonar4HeaderView header{m_pPacket};
+    VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
+                     IdAssertion(m_Description.Names.Member, m_Description.Names).c_str());
+    LittleEndian::Write<uint32_t>(m_pPacket + cSizeOffset, static_cast<uint32_t>(m_PacketSize));
+    return StoreBytes(*file, m_pPacket, m_PacketSize, m_Description.WriteFailedWhy);
+}
+
+VeskEventCode_T CDatabaseRecord::readDB()
+{
+    VeskEventCode_T result;
+    const std::unique_ptr<IOSSFile> file = OpenForLoad(result);
+    if (!file) {
+        return result;
+    }
+    // Loaded aside: a rejected or short file leaves the packet as it was.
+    std::vector<uint8_t> loaded(m_PacketSize);
+    InitialisePacket(loaded.data());
+    if (const VeskEventCode_T failed = LoadBytes(*file, loaded.data(), m_PacketSize, m_Description.ReadFailedWhy)) {
+        return failed;
+    }
+
+    const Sonar4HeaderView header{loaded.data()};
+    VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
+                     IdAssertion(m_Description.Names.Loaded, m_Description.Names).c_str());
+    VESK_ASSERT_TEXT(header.GetMessageSize() == m_PacketSize,
+                     (std::string(m_Description.Names.Loaded) + ".GetMessageSize() == sizeof(" +
+                      m_Description.Names.Packet + ")")
+                         .c_str());
+    if (ConfirmSonar4Version(loaded.data())) {
+        std::memcpy(m_pPacket, loaded.data(), m_PacketSize);
+        ReplaceInvalidValues("readDB()");
+    }
+    return SUCCESS;
+}
+
+bool CDatabaseRecord::ConfirmSonar4Version(const uint8_t* Packet)
+{
+    const Sonar4HeaderView header{Packet};
+    const std::string where = Where("::", "ConfirmSonar4Version");
+    bool accepted = true;
+    if (header.GetSonar4Version() != SONAR4_VERSION) {
+        const std::string why = "Old Sonar 4 found V" + std::to_string(header.GetSonar4Version()) + " expected V" +
+                                std::to_string(SONAR4_VERSION);
+        m_pFactory->SendEvent(3, SUCCESS, where.c_str(), why.c_str());
+        RemoveFile();
+        accepted = false;
+    }
+    // Checked even after a version mismatch: both faults are worth a report.
+    if (IsAddressed()) {
+        const uint32_t unit = GetUnitSerialNumber();
+        if (header.GetSerialNumber() != unit) {
+            const std::string why = "Serial Number Mismatch found" +
+                                    CSerialNumberInfo::DisplayForm(header.GetSerialNumber()) + " expected " +
+                                    CSerialNumberInfo::DisplayForm(unit);
+            m_pFactory->SendEvent(3, SUCCESS, where.c_str(), why.c_str());
+            RemoveFile();
+            return false;
+        }
+    }
+    return accepted;
+}
+
+VeskEventCode_T CDatabaseRecord::DecodeMessage(const Buffer_Bytes_T* Buffer)
+{
+    VESK_ASSERT(Buffer);
+    if (Buffer->size() < m_PacketSize) {
+        return E2BIG;
+    }
+    const Sonar4HeaderView header{Buffer->ptr()};
+    VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
+                     (std::string("p") + m_Description.Names.Packet + "->GetMessageID() == " +
+                      m_Description.Names.MessageId)
+                         .c_str());
+
+    const bool versionMatches = header.GetSonar4Version() == SONAR4_VERSION;
+    std::string why = "Error in incoming message ";
+    bool accepted = versionMatches;
+    if (IsAddressed()) {
+        const uint32_t unit = GetUnitSerialNumber();
+        accepted = accepted && header.GetSerialNumber() == unit;
+        why += "exp SN " + CSerialNumberInfo::DisplayForm(unit) + " got  " +
+               CSerialNumberInfo::DisplayForm(header.GetSerialNumber());
+    }
+    if (accepted) {
+        std::memcpy(m_pPacket, Buffer->ptr(), m_PacketSize);
+        return writeDB();
+    }
+    why += "exp S4V " + std::to_string(SONAR4_VERSION) + " got  " + std::to_string(header.GetSonar4Version());
+    m_pFactory->SendEvent(3, SUCCESS, Where("::", "DecodeMessage").c_str(), why.c_str());
+    return E2BIG;
+}
+
+VeskEventCode_T CDatabaseRecord::CreateMessage(Buffer_Bytes_T* Buffer)
+{
+    VESK_ASSERT(Buffer);
+    VESK_ASSERT_TEXT(Buffer->size() >= m_PacketSize,
+                     (std::string("Buffer->size() >= sizeof(") + m_Description.Names.Member + ")").c_str());
+    if (const VeskEventCode_T result = readDB()) {
+        return result;
+    }
+    std::memcpy(Buffer->ptr(), m_pPacket, m_PacketSize);
+    Buffer->size(m_PacketSize);
+    return SUCCESS;
+}

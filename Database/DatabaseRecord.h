@@ -1,0 +1,133 @@
+#ifndef DATABASE_DATABASERECORD_H
+#define DATABASE_DATABASERECORD_H
+
+// Binary records: one Sonar4 packet kept in one file.
+//
+// The load, store, check, decode and hand-out logic lives here once, in
+// CDatabaseRecord, and works on the packet's bytes as the record's
+// description tells it. A record class states only what is its own.
+//
+// To add a record:
+//  1. In Database/Database<Thing>Message.h declare its packet,
+//       struct Sonar4<Thing>Packet : Sonar4Packet<N> { ...field accessors... };
+//       static_assert(sizeof(Sonar4<Thing>Packet) == N, "...");
+//     and the class
+//       class CDatabase<Thing>Message : public CDatabaseRecordOf<Sonar4<Thing>Packet> {
+//       public: explicit CDatabase<Thing>Message(IOSSFactory* pFactory); ...getters, setters...
+//       };
+//  2. In the .cpp define its DatabaseRecordDescription_T: names, file,
+//     directory variable, message id, unit check, default payload bytes,
+//     and hooks for computed defaults and for validation where it has them.
+//     The constructor only passes the factory and the description on.
+//  3. Setters change the in-memory packet; callers then call writeDB().
+// Everything else (readDB, writeDB, CheckForFile, DecodeMessage,
+// CreateMessage, ConfirmSonar4Version, GetPacket, GetDBFilePath,
+// GetLastError, cPacketSize) comes with CDatabaseRecordOf.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "Database/DatabaseFile.h"
+#include "Sonar4/Sonar4Packet.h"
+#include "Sonar4/Sonar4Types.h"
+#include "Utilities/ByteBuffer.h"
+
+// Which header fields make a file or a received packet this unit's.
+enum RecordUnitCheck_T {
+    // Version and serial number: the packet is addressed to one unit.
+    UNIT_CHECK_VERSION_AND_SERIAL,
+    // Version only: packets for any unit are accepted; no serial is kept.
+    UNIT_CHECK_VERSION_ONLY,
+};
+
+// The C++ names of a record's pieces. Assertion texts name them, so that a
+// failure points at the record concerned.
+struct DatabaseRecordNames_T {
+    const char* Packet;       // packet struct, e.g. "Sonar4MasterBottomRecordPacket"
+    const char* Member;       // packet member, e.g. "m_MasterBottomRecord"
+    const char* Loaded;       // packet read from the file, e.g. "masterBottomRecord"
+    const char* MessageId;    // id enumerator, e.g. "Message_Id_Sonar4_Master_Bottom_Record"
+};
+
+struct DatabaseRecordDescription_T {
+    DatabaseFileDescription_T File;
+    DatabaseRecordNames_T Names;
+    const char* FileName;
+    LNET_MESSAGE_ID_T MessageId;
+    RecordUnitCheck_T UnitCheck;
+    // Default payload from offset 16 on, as bytes; the rest stays zero.
+    const uint8_t* DefaultPayload = nullptr;
+    size_t DefaultPayloadSize = 0;
+    // Defaults that depend on the deployment, written over the above.
+    void (*SetComputedDefaults)(IOSSFactory* pFactory, uint8_t* Packet) = nullptr;
+    // Replaces out-of-range payload values; true when anything was replaced.
+    // Null: the record stores whatever it is given.
+    bool (*ReplaceInvalidValues)(uint8_t* Packet) = nullptr;
+    // Why-texts of failed stores and loads.
+    const char* WriteFailedWhy = "Failed to write contents";
+    const char* ReadFailedWhy = "Failed to read contents";
+};
+
+// The machinery shared by every binary record. It does not own the packet:
+// CDatabaseRecordOf holds it and hands its bytes over.
+class CDatabaseRecord : public CDatabaseFile {
+public:
+    VeskEventCode_T readDB() override;
+    VeskEventCode_T writeDB() override;
+    // Takes over a packet received for this record (header included) and
+    // stores it; 7 (E2BIG) when it is short or not for this unit/version.
+    VeskEventCode_T DecodeMessage(const Buffer_Bytes_T* Buffer);
+    // Refreshes from the file and copies the packet into Buffer, whose
+    // current size must be at least the packet size.
+    VeskEventCode_T CreateMessage(Buffer_Bytes_T* Buffer);
+    // Accepts a packet read from the file, or reports and deletes the file.
+    // The caller guarantees a whole packet header at Packet.
+    bool ConfirmSonar4Version(const uint8_t* Packet);
+
+    // EMBEDDED_SERIAL_NUMBER_OVERRIDE (decimal) when set, else the device's
+    // own; cached once known, looked up again while it is 0.
+    uint32_t GetUnitSerialNumber();
+
+protected:
+    CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint8_t* Packet,
+                    size_t PacketSize);
+
+    void SetDefaults() override;
+
+private:
+    // Header as a fresh record has it: id, size 0, version, serial 0; payload 0.
+    void InitialisePacket(uint8_t* Packet) const;
+    bool IsAddressed() const { return m_Description.UnitCheck == UNIT_CHECK_VERSION_AND_SERIAL; }
+    void ReplaceInvalidValues(const char* Operation);
+
+    const DatabaseRecordDescription_T& m_Description;
+    uint8_t* const m_pPacket;
+    const size_t m_PacketSize;
+    uint32_t m_SerialNumber = 0;
+};
+
+// Storage for the packet, constructed before CDatabaseRecord so that the
+// record can load into it while it is being built.
+template <typename Packet>
+struct DatabasePacketHolder_T {
+    Packet m_Packet{};
+};
+
+// A record holding a packet of type Packet.
+template <typename Packet>
+class CDatabaseRecordOf : protected DatabasePacketHolder_T<Packet>, public CDatabaseRecord {
+public:
+    static constexpr size_t cPacketSize = sizeof(Packet);
+
+    // The packet as last loaded or set; does not read the file.
+    const Packet& GetPacket() const { return this->m_Packet; }
+
+protected:
+    CDatabaseRecordOf(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description)
+        : DatabasePacketHolder_T<Packet>(), CDatabaseRecord(pFactory, Description, this->m_Packet.data(), cPacketSize)
+    {
+    }
+};
+
+#endif

@@ -1,0 +1,143 @@
+#ifndef DATABASE_DATABASESERVICEINFOMESSAGE_H
+#define DATABASE_DATABASESERVICEINFOMESSAGE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "Database/DatabaseFile.h"
+#include "Sonar4/Sonar4Packet.h"
+#include "Sonar4/Sonar4Types.h"
+#include "Utilities/ByteBuffer.h"
+#include "Utilities/IOSSNetwork.h"
+
+using IPPort32_T = UINT32;
+using DBPath_Length_T = UINT16;
+
+// The discovery packet that sounders exchange, kept whole (550 bytes) in the
+// file. It has a layout of its own, not the usual record header: no size or
+// version fields, the serial number right after the id. Only the first
+// cSentHeaderSize + path length bytes travel on the network.
+//
+// Address fields hold the four octets in transmission order; their getters
+// return the address as the platform's socket address holds it (network
+// byte order).
+struct Sonar4ServiceInfoPacket : PacketBytes<550> {
+    static constexpr size_t cRootDirOffset = 38;
+    static constexpr size_t cRootDirSize = 512;
+    // Bytes from the start of the packet to the end of the path length field.
+    static constexpr size_t cSentHeaderSize = cRootDirOffset;
+    // Bytes counted by the data length field that precede the path.
+    static constexpr size_t cDataLengthBeforePath = cRootDirOffset - 20;
+
+    LNET_MESSAGE_ID_T GetMessageID() const { return Get<uint32_t, 0>(); }
+    uint32_t GetSerialNumber() const { return Get<uint32_t, 4>(); }
+    void SetSerialNumber(uint32_t Serial) { Set<uint32_t, 4>(Serial); }
+    // 39 for a service info packet; other kinds are not ours to handle.
+    uint32_t GetKind() const { return Get<uint32_t, 8>(); }
+    void SetKind(uint32_t Kind) { Set<uint32_t, 8>(Kind); }
+    void ClearReserved() { Set<uint32_t, 12>(0); Set<uint16_t, 16>(0); }
+    uint16_t GetDataLength() const { return Get<uint16_t, 18>(); }
+    void SetDataLength(uint16_t Length) { Set<uint16_t, 18>(Length); }
+    IP_Address_T GetOutputIPAddress() const { return FieldToAddress(Get<uint32_t, 20>()); }
+    void SetOutputIPAddress(IP_Address_T Address) { Set<uint32_t, 20>(AddressToField(Address)); }
+    IPPort32_T GetDataPort() const { return Get<uint32_t, 24>(); }
+    void SetDataPort(IPPort32_T Port) { Set<uint32_t, 24>(Port); }
+    IP_Address_T GetInputIPAddress() const { return FieldToAddress(Get<uint32_t, 28>()); }
+    void SetInputIPAddress(IP_Address_T Address) { Set<uint32_t, 28>(AddressToField(Address)); }
+    // The raw input address field as a little-endian number, byte-swapped:
+    // the unit's address in host byte order.
+    uint32_t GetInputIPAddressSwapped() const { return __builtin_bswap32(Get<uint32_t, 28>()); }
+    IPPort32_T GetControlPort() const { return Get<uint32_t, 32>(); }
+    void SetControlPort(IPPort32_T Port) { Set<uint32_t, 32>(Port); }
+    // Root directory text plus its terminating NUL.
+    DBPath_Length_T GetPathLength() const { return Get<uint16_t, 36>(); }
+    void SetPathLength(DBPath_Length_T Length) { Set<uint16_t, 36>(Length); }
+    uint8_t* RootDir() { return m_Bytes + cRootDirOffset; }
+
+private:
+    static IP_Address_T FieldToAddress(uint32_t Field);
+    static uint32_t AddressToField(IP_Address_T Address);
+};
+static_assert(sizeof(Sonar4ServiceInfoPacket) == 550, "service info packet is 550 bytes");
+
+// Where this sounder can be reached: its own address, the multicast group it
+// publishes on (derived from its address), its control and data ports and
+// the root of its installation. Neighbours' discovery packets move this
+// unit's ports when they clash and this unit has the smaller serial number.
+//
+// Once another process has moved the ports in the file, this process is
+// bound to ports that are no longer the record's: from then on it publishes
+// nothing (CreateMessage returns OSS_NETWORK_FAILURE) and ignores neighbours.
+//
+// Construction needs the unit's IPv4 address: without one it stops on an
+// assertion.
+class CDatabaseServiceInfoMessage : public CDatabaseFile {
+public:
+    static constexpr size_t cPacketSize = sizeof(Sonar4ServiceInfoPacket);
+    static constexpr uint32_t cServiceInfoKind = 39;
+    static constexpr IPPort32_T cDefaultControlPort = 3200;
+    static constexpr IPPort32_T cDefaultDataPort = 3201;
+    static constexpr IPPort32_T cMinimumValidPort = 3200;
+    static constexpr IPPort32_T cMaximumValidPort = 3219;
+
+    explicit CDatabaseServiceInfoMessage(IOSSFactory* pFactory);
+
+    VeskEventCode_T readDB() override;
+    VeskEventCode_T writeDB() override;
+    // A neighbour's discovery packet; see the class comment.
+    VeskEventCode_T DecodeMessage(const Buffer_Bytes_T* Buffer);
+    // The discovery packet as the file holds it now; Buffer's size must be at
+    // least cPacketSize and becomes the bytes to send.
+    VeskEventCode_T CreateMessage(Buffer_Bytes_T* Buffer);
+
+    // Root directory, serial number, ports (with their overrides) and the
+    // addresses derived from the unit's current address. In memory only.
+    void SetDefaultValues();
+    // Rewrites the file with defaults when it belongs to another unit.
+    void CheckSerialNumber();
+    // The first port after Port (and not below 3200) that nobody is known to
+    // use; marks it used. Running out of ports is an assertion.
+    IPPort32_T FindFreePortAfter(IPPort32_T Port);
+
+    IP_Address_T GetOutputIPAddress() const { return m_ServiceInfo.GetOutputIPAddress(); }
+    IP_Address_T GetInputIPAddress() const { return m_ServiceInfo.GetInputIPAddress(); }
+    IPPort32_T GetDataPort() const { return m_ServiceInfo.GetDataPort(); }
+    IPPort32_T GetControlPort() const { return m_ServiceInfo.GetControlPort(); }
+    // Dotted quad of the output (multicast) address.
+    const char* GetOutputIPAddressText() const { return m_OutputIPAddressText.c_str(); }
+    // Takes the address in host byte order. In memory only.
+    void SetOutputIPAddress(IP_Address_T HostOrderAddress);
+
+    bool GetPortsChanged() const { return m_PortsChanged; }
+    const Sonar4ServiceInfoPacket& GetPacket() const { return m_ServiceInfo; }
+    // Failure of the construction or of a file check; 0 when none.
+    VeskEventCode_T GetLastError() const;
+
+protected:
+    void SetDefaults() override { SetDefaultValues(); }
+
+private:
+    uint32_t GetUnitSerialNumber();
+    // A socket whose system address is the unit's own; the caller deletes it.
+    IOSSNetwork* OpenSocket();
+    // Replaces the file's addresses when the unit's address has changed or
+    // the file still names the fixed group of older releases.
+    void AdoptCurrentAddress();
+    // Rewrites the file with the defaults after a construction-time check;
+    // a failure is reported at Where and kept as the last error.
+    void RewriteWithDefaults(const char* Where);
+    void RefreshOutputIPAddressText();
+    bool IsPortUsed(IPPort32_T Port) const;
+    void MarkPortUsed(IPPort32_T Port);
+
+    Sonar4ServiceInfoPacket m_ServiceInfo{};
+    uint32_t m_SerialNumber = 0;
+    // Bit n: port cMinimumValidPort + n is taken by this unit or a neighbour.
+    uint32_t m_UsedPorts = 0;
+    bool m_PortsChanged = false;
+    std::string m_OutputIPAddressText;
+    VeskEventCode_T m_LastError = SUCCESS;
+};
+
+#endif

@@ -1,0 +1,329 @@
+// Behaviour every binary record shares, proven once over each record, plus
+// the few fields particular records give names to.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Database/DatabaseEnvironmentLimitsMessage.h"
+#include "Database/DatabaseMasterBottomRecordMessage.h"
+#include "Database/DatabaseSystemLimitsMessage.h"
+#include "Database/DatabaseSystemSettingsMessage.h"
+#include "Utilities/OSSLinuxFile.h"
+#include "tests/support/RecordingFactory.h"
+#include "tests/support/Sandbox.h"
+
+namespace {
+
+// Where each record's file lives and what it holds by default (hex; null
+// for an all-zero payload).
+struct RecordCase {
+    const char* Class;
+    const char* File;
+    uint32_t Id;
+    const char* DefaultPayload;
+};
+template <typename Record>
+const RecordCase cCase{};
+template <>
+const RecordCase cCase<CDatabaseEnvironmentLimitsMessage> = {
+    "CDatabaseEnvironmentLimitsMessage", "nonpersisted/EnvironmentLimits.bin", 0x270105,
+    "8A 02 BC 02 EE 02 20 03 04 29 10 27 30 75 D0 84 F4 01 05"};
+template <>
+const RecordCase cCase<CDatabaseSystemLimitsMessage> = {
+    "CDatabaseSystemLimitsMessage", "nonpersisted/SystemLimits.bin", 0x270107,
+    "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"};
+template <>
+const RecordCase cCase<CDatabaseMasterBottomRecordMessage> = {
+    "CDatabaseMasterBottomRecordMessage", "nonpersisted/MasterBottomRecord.bin", 0x270108, "00 00 00 00 80 00"};
+template <>
+const RecordCase cCase<CDatabaseSystemSettingsMessage> = {"CDatabaseSystemSettingsMessage",
+                                                          "systemdata/SystemSettings.bin", 0x270106, nullptr};
+
+std::string Hex(const std::string& Bytes)
+{
+    std::string text;
+    for (unsigned char byte : Bytes) {
+        char two[4];
+        std::snprintf(two, sizeof(two), text.empty() ? "%02X" : " %02X", byte);
+        text += two;
+    }
+    return text;
+}
+
+std::string Le32(uint32_t Value)
+{
+    return {char(Value), char(Value >> 8), char(Value >> 16), char(Value >> 24)};
+}
+
+::testing::Matcher<const std::string&> Assertion(const std::string& Text)
+{
+    return ::testing::HasSubstr("Assertion `" + Text + "' failed");
+}
+
+} // namespace
+
+template <typename Record>
+class DatabaseRecordTest : public ::testing::Test {
+protected:
+    static constexpr size_t cSize = Record::cPacketSize;
+
+    void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
+
+    std::string Path() const { return m_Sandbox / cCase<Record>.File; }
+    std::string FileBytes() const { return CSandbox::ReadFile(Path()); }
+    void WriteFileBytes(const std::string& Bytes) { m_Sandbox.WriteFile(cCase<Record>.File, Bytes); }
+    // A packet of this record: header fields as given, every payload byte Fill.
+    static std::string Image(uint32_t Version = 116, uint32_t Serial = 1234, char Fill = 0x5A,
+                             uint32_t SizeField = cSize)
+    {
+        return Le32(cCase<Record>.Id) + Le32(SizeField) + Le32(Version) + Le32(Serial) +
+               std::string(cSize - 16, Fill);
+    }
+    static std::string PacketOf(const Record& R)
+    {
+        return std::string(reinterpret_cast<const char*>(R.GetPacket().data()), cSize);
+    }
+    // Why-texts reported at level 3 from "<class><Operation>", then forgotten.
+    std::vector<std::string> TakeWhys(const std::string& Operation)
+    {
+        std::vector<std::string> whys;
+        for (const auto& event : m_Factory.EventsAt(cCase<Record>.Class + Operation)) {
+            EXPECT_EQ(event.Level, 3);
+            whys.push_back(event.Why);
+        }
+        EXPECT_EQ(whys.size(), m_Factory.m_Events.size()) << "events from elsewhere";
+        m_Factory.m_Events.clear();
+        return whys;
+    }
+
+    CSandbox m_Sandbox;
+    CRecordingFactory m_Factory;
+};
+
+using Records = ::testing::Types<CDatabaseEnvironmentLimitsMessage, CDatabaseSystemLimitsMessage,
+                                 CDatabaseMasterBottomRecordMessage, CDatabaseSystemSettingsMessage>;
+TYPED_TEST_SUITE(DatabaseRecordTest, Records);
+
+TYPED_TEST(DatabaseRecordTest, MissingFileIsCreatedWithHeaderAndDefaults)
+{
+    TypeParam record(&this->m_Factory);
+
+    const std::string bytes = this->FileBytes();
+    ASSERT_EQ(bytes.size(), this->cSize);
+    EXPECT_EQ(record.GetDBFilePath(), this->Path());
+    EXPECT_EQ(bytes.substr(0, 16), Le32(cCase<TypeParam>.Id) + Le32(this->cSize) + Le32(116) + Le32(1234));
+    const char* payload = cCase<TypeParam>.DefaultPayload;
+    EXPECT_EQ(Hex(bytes.substr(16)), payload ? payload : Hex(std::string(this->cSize - 16, '\0')));
+    EXPECT_EQ(this->PacketOf(record), bytes);
+    EXPECT_TRUE(this->m_Factory.m_Events.empty());
+}
+
+TYPED_TEST(DatabaseRecordTest, MessageIsTheFileAsItIsNowAndALongerFileIsCutAtTheNextStore)
+{
+    TypeParam record(&this->m_Factory);
+    this->WriteFileBytes(this->Image() + "tail");
+    std::string out(this->cSize, '\0');
+    Buffer_Bytes_T buffer(out.data(), out.size());
+
+    EXPECT_EQ(record.CreateMessage(&buffer), SUCCESS);
+    EXPECT_EQ(buffer.size(), this->cSize);
+    EXPECT_EQ(out, this->Image());
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_EQ(this->FileBytes(), this->Image());
+    EXPECT_TRUE(this->m_Factory.m_Events.empty());
+}
+
+// A rejected file is reported, deleted and replaced by the defaults at the
+// next load; the values in memory stay as they were.
+TYPED_TEST(DatabaseRecordTest, ShortOrForeignFileIsReportedRemovedAndRecreatedAtTheNextLoad)
+{
+    const std::string version = "Old Sonar 4 found V115 expected V116";
+    const std::string serial = "Serial Number Mismatch found99 expected 1234";
+    const struct {
+        std::string File;
+        VeskEventCode_T Result;
+        const char* Where;
+        std::vector<std::string> Whys;
+    } cases[] = {
+        {this->Image().substr(0, this->cSize - 1), FAILED_TO_READ_FILE_CONTENTS, "::readDB",
+         {"Failed to read contents", "Removing File Possible Old Version Of Sonar 4 "}},
+        {this->Image(115, 1234), SUCCESS, "::ConfirmSonar4Version", {version}},
+        {this->Image(116, 99), SUCCESS, "::ConfirmSonar4Version", {serial}},
+        {this->Image(115, 99), SUCCESS, "::ConfirmSonar4Version", {version, serial}},
+    };
+    TypeParam record(&this->m_Factory);
+    const std::string defaults = this->FileBytes();
+    for (const auto& c : cases) {
+        this->WriteFileBytes(c.File);
+        EXPECT_EQ(record.readDB(), c.Result);
+        EXPECT_EQ(this->TakeWhys(c.Where), c.Whys);
+        EXPECT_FALSE(CSandbox::Exists(this->Path()));
+        EXPECT_EQ(this->PacketOf(record), defaults);
+        EXPECT_EQ(record.readDB(), SUCCESS);
+        EXPECT_EQ(this->FileBytes(), defaults);
+    }
+}
+
+TYPED_TEST(DatabaseRecordTest, ReceivedPacketIsStoredOnlyWhenWholeAndForThisUnit)
+{
+    const struct {
+        std::string Received;
+        VeskEventCode_T Result;
+        const char* Why;
+    } cases[] = {
+        {this->Image(116, 99), E2BIG, "Error in incoming message exp SN 1234 got  99exp S4V 116 got  116"},
+        {this->Image(117, 1234), E2BIG, "Error in incoming message exp SN 1234 got  1234exp S4V 116 got  117"},
+        {this->Image().substr(0, this->cSize - 1), E2BIG, nullptr},
+        // The size field is rewritten on store; bytes past the packet are ignored.
+        {this->Image(116, 1234, 0x21, 0) + "extra", SUCCESS, nullptr},
+    };
+    TypeParam record(&this->m_Factory);
+    for (const auto& c : cases) {
+        const std::string before = this->FileBytes();
+        std::string received = c.Received;
+        const Buffer_Bytes_T buffer(received.data(), received.size());
+        EXPECT_EQ(record.DecodeMessage(&buffer), c.Result);
+        EXPECT_EQ(this->TakeWhys("::DecodeMessage"), c.Why ? std::vector<std::string>{c.Why} : std::vector<std::string>{});
+        EXPECT_EQ(this->FileBytes(), c.Result == SUCCESS ? this->Image(116, 1234, 0x21) : before);
+    }
+}
+
+TYPED_TEST(DatabaseRecordTest, FileHeldByAnotherWriterIsNeitherWrittenNorRead)
+{
+    TypeParam record(&this->m_Factory);
+    const std::string before = this->FileBytes();
+    int toParent[2], toChild[2];
+    ASSERT_EQ(pipe(toParent), 0);
+    ASSERT_EQ(pipe(toChild), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        COSSLinuxFile writer(this->Path().c_str(), O_WRONLY, 0);
+        char byte = writer.GetLastError() == 0 ? 'k' : 'e';
+        (void)!write(toParent[1], &byte, 1);
+        (void)!read(toChild[0], &byte, 1);
+        _exit(0);
+    }
+    char byte = 0;
+    ASSERT_EQ(read(toParent[0], &byte, 1), 1);
+    EXPECT_EQ(byte, 'k');
+    EXPECT_EQ(record.writeDB(), FILE_ACCESS_DENIED);
+    EXPECT_EQ(record.readDB(), FILE_ACCESS_DENIED);
+    EXPECT_EQ(this->FileBytes(), before);
+    (void)!write(toChild[1], &byte, 1);
+    waitpid(child, nullptr, 0);
+}
+
+TYPED_TEST(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
+{
+    for (const bool present : {false, true}) {
+        if (present) {
+            this->WriteFileBytes(this->Image());
+        }
+        this->m_Factory.m_FailOpenWith = EACCES;
+        this->m_Factory.m_FailOpenCount = 1;
+        TypeParam record(&this->m_Factory);
+        EXPECT_EQ(record.GetLastError(), EACCES);
+        EXPECT_EQ(this->m_Factory.m_Events.at(0).Code, EACCES);
+        EXPECT_EQ(this->TakeWhys(" constructor"),
+                  std::vector<std::string>{present ? "failed to read DB" : "failed to write to DB"});
+    }
+
+    TypeParam record(&this->m_Factory);
+    std::remove(this->Path().c_str());
+    this->m_Factory.m_FailOpenCount = 1;
+    EXPECT_EQ(record.readDB(), EACCES);
+    EXPECT_EQ(this->TakeWhys(" CheckForFile"), std::vector<std::string>{"failed to write to DB"});
+    EXPECT_EQ(record.GetLastError(), EACCES);
+
+    ASSERT_EQ(symlink("/dev/full", this->Path().c_str()), 0);
+    EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
+    EXPECT_EQ(this->m_Factory.m_Events.at(0).Code, ENOSPC);
+    EXPECT_EQ(this->TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
+}
+
+// The assertion texts are built from each record's description; these are
+// the ones the master bottom record must print.
+TEST(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers)
+{
+    CSandbox sandbox;
+    sandbox.SetUnitEnvironment();
+    CRecordingFactory factory;
+    CDatabaseMasterBottomRecordMessage record(&factory);
+    std::string bytes = CSandbox::ReadFile(record.GetDBFilePath());
+    Buffer_Bytes_T small(bytes.data(), bytes.size() - 1);
+    EXPECT_DEATH(record.CreateMessage(&small), Assertion("Buffer->size() >= sizeof(m_MasterBottomRecord)"));
+
+    std::string foreign = Le32(0x27010B) + bytes.substr(4);
+    const Buffer_Bytes_T received(foreign.data(), foreign.size());
+    EXPECT_DEATH(record.DecodeMessage(&received),
+                 Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == Message_Id_Sonar4_Master_Bottom_Record"));
+    sandbox.WriteFile("nonpersisted/MasterBottomRecord.bin", foreign);
+    EXPECT_DEATH(record.readDB(),
+                 Assertion("masterBottomRecord.GetMessageID() == Message_Id_Sonar4_Master_Bottom_Record"));
+    sandbox.WriteFile("nonpersisted/MasterBottomRecord.bin", bytes.replace(4, 1, 1, '\x17'));
+    EXPECT_DEATH(record.readDB(),
+                 Assertion("masterBottomRecord.GetMessageSize() == sizeof(Sonar4MasterBottomRecordPacket)"));
+
+    EXPECT_DEATH(CDatabaseMasterBottomRecordMessage(nullptr), Assertion("m_pFactory"));
+    EXPECT_DEATH(CDatabaseSystemLimitsMessage(nullptr), Assertion("m_pFactory && \"no Factory specified\""));
+    sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", sandbox.MakeDir(std::string(240, 'd')).c_str());
+    EXPECT_DEATH(CDatabaseMasterBottomRecordMessage{&factory},
+                 Assertion("m_DatabaseFilePath.length() <= MAX_DATABASE_PATH_LENGTH"));
+}
+
+// The serial number is looked up again until it is known, then kept.
+TEST(DatabaseRecordSerialTest, OverrideIsReadAsLeadingDecimalDigitsAndCachedOnceKnown)
+{
+    CSandbox sandbox;
+    sandbox.SetUnitEnvironment();
+    sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0");
+    CRecordingFactory factory;
+    CDatabaseMasterBottomRecordMessage record(&factory);
+    EXPECT_EQ(record.GetPacket().GetSerialNumber(), 0u);
+    sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0077xyz");
+    EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
+    sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "88");
+    EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
+}
+
+TEST(DatabaseRecordFieldsTest, NamedFieldsAreStoredAtTheirOffsets)
+{
+    CSandbox sandbox;
+    sandbox.SetUnitEnvironment();
+    CRecordingFactory factory;
+    CDatabaseMasterBottomRecordMessage bottom(&factory);
+    bottom.SetOffsetMode(2);
+    bottom.SetMasterDepth(-1);
+    ASSERT_EQ(bottom.writeDB(), SUCCESS);
+    EXPECT_EQ(Hex(CSandbox::ReadFile(bottom.GetDBFilePath()).substr(16)), "00 FF FF FF FF 02");
+
+    CDatabaseSystemSettingsMessage settings(&factory);
+    settings.SetDepthOffset(-250);
+    ASSERT_EQ(settings.writeDB(), SUCCESS);
+    const std::string bytes = CSandbox::ReadFile(settings.GetDBFilePath());
+    EXPECT_EQ(bytes.substr(60, 4), Le32(static_cast<uint32_t>(-250)));
+    EXPECT_EQ(bytes.find_first_not_of('\0', 64), std::string::npos);
+    EXPECT_EQ(CDatabaseSystemSettingsMessage(&factory).GetDepthOffset(), -250);
+}
+
+TEST(DatabaseRecordFieldsTest, MaximumAllowedDepthComesFromTheEnvironmentWhenSet)
+{
+    for (const auto& [value, lastFour] : {std::pair<const char*, const char*>{nullptr, "A0 A6 04 00"},
+                                          {"20000", "20 4E 00 00"}}) {
+        CSandbox sandbox;
+        sandbox.SetUnitEnvironment();
+        sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", value);
+        CRecordingFactory factory;
+        const std::string bytes = CSandbox::ReadFile(CDatabaseSystemLimitsMessage(&factory).GetDBFilePath());
+        ASSERT_EQ(bytes.size(), 49u);
+        EXPECT_EQ(Hex(bytes.substr(45)), lastFour);
+    }
+}
