@@ -1,8 +1,11 @@
 #include "Database/DatabaseFile.h"
 
+#include <cstdlib>
+
 #include <fcntl.h>
 
 #include "Utilities/ByteBuffer.h"
+#include "Database/SerialNumberInfo.h"
 #include "Utilities/VeskAssert.h"
 
 namespace {
@@ -143,4 +146,17 @@ VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t 
         RemoveFile();
     }
     return FAILED_TO_READ_FILE_CONTENTS;
+}
+
+uint32_t CDatabaseFile::GetUnitSerialNumber()
+{
+    if (m_SerialNumber != 0) {
+        return m_SerialNumber;
+    }
+    if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
+        m_SerialNumber = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+    } else {
+        m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
+    }
+    return m_SerialNumber;
 }

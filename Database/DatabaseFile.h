@@ -54,6 +54,9 @@ public:
     VeskEventCode_T CheckForFile();
 
     const char* GetDBFilePath() const { return m_DatabaseFilePath.c_str(); }
+    // EMBEDDED_SERIAL_NUMBER_OVERRIDE (decimal) when set, else the device's
+    // own; cached once known, looked up again while it is 0.
+    uint32_t GetUnitSerialNumber();
     // Failure of the construction or of CheckForFile; 0 when none.
     VeskEventCode_T GetLastError() const { return m_LastError; }
 
@@ -85,6 +88,9 @@ protected:
     // a short file is also reported and removed: -141.
     VeskEventCode_T LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const;
 
+    // Keeps a failure of construction-time work as the last error.
+    void SetLastError(VeskEventCode_T Error) { m_LastError = Error; }
+
     bool FileExists() const;
     // Deletes the file (a rejected or truncated one).
     void RemoveFile() const;
@@ -99,6 +105,7 @@ private:
     const std::string m_FileName;
     const std::string m_DatabaseFilePath;
     VeskEventCode_T m_LastError = SUCCESS;
+    uint32_t m_SerialNumber = 0;
 };
 
 #endif

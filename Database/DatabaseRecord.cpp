@@ -33,7 +33,7 @@ CDatabaseRecord::CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDesc
 {
     InitialisePacket(m_pPacket);
     if (IsAddressed()) {
-        m_SerialNumber = GetUnitSerialNumber();
+        GetUnitSerialNumber();
     }
     // readDB, writeDB and SetDefaults are this class's own overrides, so they
     // are complete here; the packet storage was built before this base.
@@ -45,19 +45,6 @@ void CDatabaseRecord::InitialisePacket(uint8_t* Packet) const
     std::memset(Packet, 0, m_PacketSize);
     LittleEndian::Write<uint32_t>(Packet + cIdOffset, m_Description.MessageId);
     LittleEndian::Write<uint32_t>(Packet + cVersionOffset, SONAR4_VERSION);
-}
-
-uint32_t CDatabaseRecord::GetUnitSerialNumber()
-{
-    if (m_SerialNumber != 0) {
-        return m_SerialNumber;
-    }
-    if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
-        m_SerialNumber = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
-    } else {
-        m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
-    }
-    return m_SerialNumber;
 }
 
 void CDatabaseRecord::SetDefaults()

@@ -85,9 +85,6 @@ public:
     // The caller guarantees a whole packet header at Packet.
     bool ConfirmSonar4Version(const uint8_t* Packet);
 
-    // EMBEDDED_SERIAL_NUMBER_OVERRIDE (decimal) when set, else the device's
-    // own; cached once known, looked up again while it is 0.
-    uint32_t GetUnitSerialNumber();
 
 protected:
     CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint8_t* Packet,
@@ -104,7 +101,6 @@ private:
     const DatabaseRecordDescription_T& m_Description;
     uint8_t* const m_pPacket;
     const size_t m_PacketSize;
-    uint32_t m_SerialNumber = 0;
 };
 
 // Storage for the packet, constructed before CDatabaseRecord so that the

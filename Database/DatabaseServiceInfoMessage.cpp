@@ -75,21 +75,6 @@ CDatabaseServiceInfoMessage::CDatabaseServiceInfoMessage(IOSSFactory* pFactory)
     AdoptCurrentAddress();
 }
 
-uint32_t CDatabaseServiceInfoMessage::GetUnitSerialNumber()
-{
-    if (m_SerialNumber == 0) {
-        const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE");
-        m_SerialNumber = text ? static_cast<uint32_t>(std::strtol(text, nullptr, 10))
-                              : CSerialNumberInfo().GetSerialNumber();
-    }
-    return m_SerialNumber;
-}
-
-VeskEventCode_T CDatabaseServiceInfoMessage::GetLastError() const
-{
-    return m_LastError != SUCCESS ? m_LastError : CDatabaseFile::GetLastError();
-}
-
 IOSSNetwork* CDatabaseServiceInfoMessage::OpenSocket()
 {
     // A known product may sit on any private net; anything else is only
@@ -137,7 +122,7 @@ void CDatabaseServiceInfoMessage::RewriteWithDefaults(const char* WhereText)
     const VeskEventCode_T result = writeDB();
     if (result != SUCCESS) {
         m_pFactory->SendEvent(3, result, WhereText, "failed to write to DB");
-        m_LastError = result;
+        SetLastError(result);
     }
 }
 

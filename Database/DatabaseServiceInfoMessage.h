@@ -111,14 +111,11 @@ public:
 
     bool GetPortsChanged() const { return m_PortsChanged; }
     const Sonar4ServiceInfoPacket& GetPacket() const { return m_ServiceInfo; }
-    // Failure of the construction or of a file check; 0 when none.
-    VeskEventCode_T GetLastError() const;
 
 protected:
     void SetDefaults() override { SetDefaultValues(); }
 
 private:
-    uint32_t GetUnitSerialNumber();
     // A socket whose system address is the unit's own; the caller deletes it.
     IOSSNetwork* OpenSocket();
     // Replaces the file's addresses when the unit's address has changed or
@@ -132,12 +129,10 @@ private:
     void MarkPortUsed(IPPort32_T Port);
 
     Sonar4ServiceInfoPacket m_ServiceInfo{};
-    uint32_t m_SerialNumber = 0;
     // Bit n: port cMinimumValidPort + n is taken by this unit or a neighbour.
     uint32_t m_UsedPorts = 0;
     bool m_PortsChanged = false;
     std::string m_OutputIPAddressText;
-    VeskEventCode_T m_LastError = SUCCESS;
 };
 
 #endif
