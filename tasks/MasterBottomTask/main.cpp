@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <memory>
 
 #include "Database/DatabaseErrorStatusMessage.h"
 #include "Utilities/OSSLinuxFactory.h"
@@ -21,17 +22,19 @@ const char* const cWhere = "MasterBottomTask main()";
 
 int main()
 {
-    // These live as long as the process: the process ends by returning.
-    COSSLinuxFactory* pFactory = new COSSLinuxFactory();
-    CDatabaseErrorStatusMessage* pErrorStatus = new CDatabaseErrorStatusMessage(pFactory);
-    pFactory->SetErrorStatusMessage(pErrorStatus);
+    // Created in this order and kept until the process ends (the factory
+    // outlives everything built on it).
+    const std::unique_ptr<COSSLinuxFactory> factory(new COSSLinuxFactory());
+    COSSLinuxFactory* const pFactory = factory.get();
+    const std::unique_ptr<CDatabaseErrorStatusMessage> errorStatus(new CDatabaseErrorStatusMessage(pFactory));
+    pFactory->SetErrorStatusMessage(errorStatus.get());
 
     if (GetProductFamily(pFactory) != cProductFamilyMasterBottom) {
         pFactory->SendEvent(cInfoLevel, SUCCESS, cWhere, "NO NEED TO LAUNCH MASTERBOTTOM TASK ON THIS SOUNDER ");
         return 0;
     }
 
-    IVesk900Task* pTask = new MasterBottomTask(pFactory);
+    const std::unique_ptr<IVesk900Task> pTask(new MasterBottomTask(pFactory));
     pFactory->SendEvent(cInfoLevel, SUCCESS, cWhere, "Launching DUSKO5 MasterBottomTask");
 
     const VeskEventCode_T status = pTask->GetStatus();

@@ -231,7 +231,7 @@ const std::string cUnnamedPrefix = "6::NoName:";
 
 TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRules)
 {
-    ASSERT_EQ(Launch(), 0);
+    ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_GT(m_TaskPid, 0);
     ASSERT_TRUE(CSandbox::Exists(PidFilePath()));
 
@@ -295,7 +295,7 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
 
 TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilently)
 {
-    ASSERT_EQ(Launch(), 0);
+    ASSERT_EQ(Launch(), 0) << Output();
     SendCommand("Are You Alive?");
     const std::string ack = cLinePrefix + "ACK_MasterBottomTask" + std::string(1, '\0');
     std::string received;
@@ -313,7 +313,7 @@ TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilently)
 
 TEST_F(MasterBottomTaskNetTest, ReportsCommandsItDoesNotServe)
 {
-    ASSERT_EQ(Launch(), 0);
+    ASSERT_EQ(Launch(), 0) << Output();
     SendCommand("UpdateSystemSettings");
     SendCommand("Shutdown");
     ASSERT_EQ(WaitForTaskExit(), 0);
@@ -327,7 +327,7 @@ TEST_F(MasterBottomTaskNetTest, ReportsCommandsItDoesNotServe)
 TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
 {
     SetInputs(2, 1000, 0, 0, 0);
-    ASSERT_EQ(Launch(), 0);
+    ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_TRUE(ReceiveMasterBottom(1000, 0));
     const std::string pidFile = PidFilePath();
 
@@ -365,7 +365,7 @@ TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
 TEST_F(MasterBottomTaskNetTest, AWriterHoldingTheRecordIsNoError)
 {
     SetInputs(2, 2000, 2, 2100, 0);
-    ASSERT_EQ(Launch(), 0);
+    ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_TRUE(ReceiveMasterBottom(2000, 0));
 
     int release[2];
