@@ -1,0 +1,74 @@
+#include "fuzz/FuzzUnit.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/support/Sandbox.h"
+
+namespace {
+
+class CQuietFactory : public COSSLinuxFactory {
+public:
+    VeskEventCode_T SendEvent(int, VeskEventCode_T, const char*, const char*) override { return SUCCESS; }
+};
+
+// Destroyed at exit, which removes the directory.
+CSandbox& Unit()
+{
+    static CSandbox unit;
+    return unit;
+}
+
+void Fail(const std::string& What)
+{
+    std::fprintf(stderr, "fuzz unit: %s\n", What.c_str());
+    std::abort();
+}
+
+} // namespace
+
+namespace FuzzUnit {
+
+void Prepare()
+{
+    static const bool prepared = [] {
+        Unit().SetUnitEnvironment();
+        // The defaults a unit has without overrides.
+        for (const char* variable :
+             {"PRODUCT_ID", "CONTROL_PORT_OVERRIDE", "DATA_PORT_OVERRIDE", "MAX_ALLOWED_DEPTH_IN_CM"}) {
+            Unit().SetEnv(variable, nullptr);
+        }
+        return true;
+    }();
+    (void)prepared;
+}
+
+std::string PathOf(const std::string& Name)
+{
+    return Unit() / Name;
+}
+
+IOSSFactory* Factory()
+{
+    static CQuietFactory factory;
+    return &factory;
+}
+
+void WriteFile(const std::string& Path, const void* Data, size_t Size)
+{
+    std::ofstream out(Path, std::ios::binary | std::ios::trunc);
+    out.write(static_cast<const char*>(Data), static_cast<std::streamsize>(Size));
+    if (!out) {
+        Fail("cannot write " + Path);
+    }
+}
+
+void Require(bool Holds, const char* What)
+{
+    if (!Holds) {
+        Fail(std::string("broken: ") + What);
+    }
+}
+
+} // namespace FuzzUnit

@@ -1,0 +1,33 @@
+#ifndef FUZZ_FUZZUNIT_H
+#define FUZZ_FUZZUNIT_H
+
+#include <string>
+
+#include "Utilities/OSSLinuxFactory.h"
+
+// The unit a fuzzer's records live in: a temporary directory holding the
+// database directories and the task pipes, with the environment a unit has
+// pointing into it. Made once per process and removed when the process
+// exits.
+namespace FuzzUnit {
+
+// Creates the directory and sets the environment; safe to call again.
+void Prepare();
+
+// Path of Name inside the unit directory.
+std::string PathOf(const std::string& Name);
+
+// The real Linux factory, except that events are dropped: reports of
+// rejected input are expected by the thousand and would only slow the
+// fuzzer down and bury its own output.
+IOSSFactory* Factory();
+
+// Writes Size bytes to Path, replacing it; aborts when that fails.
+void WriteFile(const std::string& Path, const void* Data, size_t Size);
+
+// Ends the run as a crash when a property the product promises is broken.
+void Require(bool Holds, const char* What);
+
+} // namespace FuzzUnit
+
+#endif
