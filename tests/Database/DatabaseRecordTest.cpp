@@ -17,6 +17,7 @@
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Utilities/OSSLinuxFile.h"
+#include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
@@ -200,25 +201,11 @@ TYPED_TEST(DatabaseRecordTest, FileHeldByAnotherWriterIsNeitherWrittenNorRead)
 {
     TypeParam record(&this->m_Factory);
     const std::string before = this->FileBytes();
-    int toParent[2], toChild[2];
-    ASSERT_EQ(pipe(toParent), 0);
-    ASSERT_EQ(pipe(toChild), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        COSSLinuxFile writer(this->Path().c_str(), O_WRONLY, 0);
-        char byte = writer.GetLastError() == 0 ? 'k' : 'e';
-        (void)!write(toParent[1], &byte, 1);
-        (void)!read(toChild[0], &byte, 1);
-        _exit(0);
-    }
-    char byte = 0;
-    ASSERT_EQ(read(toParent[0], &byte, 1), 1);
-    EXPECT_EQ(byte, 'k');
+    CFileHolder writer(this->Path(), O_WRONLY);
+    ASSERT_EQ(writer.OpenError(), 0);
     EXPECT_EQ(record.writeDB(), FILE_ACCESS_DENIED);
     EXPECT_EQ(record.readDB(), FILE_ACCESS_DENIED);
     EXPECT_EQ(this->FileBytes(), before);
-    (void)!write(toChild[1], &byte, 1);
-    waitpid(child, nullptr, 0);
 }
 
 TYPED_TEST(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)

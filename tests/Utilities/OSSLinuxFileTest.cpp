@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string>
 
+#include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -19,62 +20,10 @@ namespace {
 template <typename Action>
 std::string CaptureStdout(const CSandbox& Sandbox, Action action)
 {
-    std::fflush(stdout);
-    const int saved = dup(STDOUT_FILENO);
-    const int fd = open((Sandbox / "stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(fd, STDOUT_FILENO);
-    close(fd);
-    action();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    return CSandbox::ReadFile(Sandbox / "stdout");
+    return ::CaptureStdout(Sandbox / "stdout", action);
 }
 
-// Another process that opens Path with Flags, reports the open's last error
-// through a pipe and keeps the file open until this object goes.
-class CHolder {
-public:
-    CHolder(const std::string& Path, int Flags)
-    {
-        int ready[2], release[2];
-        EXPECT_EQ(pipe(ready) | pipe(release), 0);
-        std::fflush(stdout);
-        m_Pid = fork();
-        if (m_Pid == 0) {
-            dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-            COSSLinuxFile file(Path.c_str(), Flags, 0600);
-            const int error = file.GetLastError();
-            char byte;
-            if (write(ready[1], &error, sizeof(error)) == sizeof(error)) {
-                close(release[1]);
-                (void)!read(release[0], &byte, 1);  // returns once the parent closes its end
-            }
-            _exit(0);
-        }
-        close(ready[1]);
-        close(release[0]);
-        m_Release = release[1];
-        EXPECT_EQ(read(ready[0], &m_OpenError, sizeof(m_OpenError)), static_cast<ssize_t>(sizeof(m_OpenError)));
-        close(ready[0]);
-    }
-    ~CHolder() { Release(); }
-    void Release()
-    {
-        if (m_Pid > 0) {
-            close(m_Release);
-            waitpid(m_Pid, nullptr, 0);
-            m_Pid = -1;
-        }
-    }
-    pid_t Pid() const { return m_Pid; }
-    int OpenError() const { return m_OpenError; }
-
-private:
-    pid_t m_Pid;
-    int m_Release;
-    int m_OpenError = 12345;
-};
+using CHolder = CFileHolder;
 
 int OpenErrorInOtherProcess(const std::string& Path, int Flags)
 {

@@ -25,7 +25,7 @@
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Utilities/OSSLinuxFactory.h"
-#include "Utilities/OSSLinuxFile.h"
+#include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -368,37 +368,23 @@ TEST_F(MasterBottomTaskNetTest, AWriterHoldingTheRecordIsNoError)
     ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_TRUE(ReceiveMasterBottom(2000, 0));
 
-    int release[2];
-    int held[2];
-    ASSERT_EQ(pipe(release), 0);
-    ASSERT_EQ(pipe(held), 0);
-    const pid_t holder = fork();
-    if (holder == 0) {
-        const std::string path =
-            std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin";
-        COSSLinuxFile file(path.c_str(), O_WRONLY, 0);
-        char go = file.GetLastError() == 0 ? 'y' : 'n';
-        (void)!write(held[1], &go, 1);
-        (void)!read(release[0], &go, 1);
-        _exit(0);
-    }
-    char answer = 0;
-    ASSERT_EQ(read(held[0], &answer, 1), 1);
-    ASSERT_EQ(answer, 'y');
+    // The task itself holds the file for a moment on every turn.
+    const std::string record = std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin";
+    std::unique_ptr<CFileHolder> writer;
+    do {
+        writer.reset(new CFileHolder(record, O_WRONLY));
+    } while (writer->OpenError() == FILE_ACCESS_DENIED);
+    ASSERT_EQ(writer->OpenError(), 0);
     // The task keeps turning while the record is held: the other bottoms
     // change underneath, unseen until the hold ends.
     SetInputs(2, 2500, 2, 2600, 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    (void)!write(release[1], "x", 1);
-    waitpid(holder, nullptr, 0);
+    writer->Release();
 
     EXPECT_TRUE(ReceiveMasterBottom(2500, 0));
     const std::string output = Output();
     EXPECT_EQ(output.find("Failed to write MasterBottomRecord"), std::string::npos) << output;
     EXPECT_EQ(output.find("3::"), std::string::npos) << output;
-    for (int fd : {release[0], release[1], held[0], held[1]}) {
-        close(fd);
-    }
 }
 
 TEST_F(MasterBottomTaskNetTest, OtherProductsNeedNoMasterBottomTask)
