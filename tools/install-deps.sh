@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
-          libbenchmark-dev iproute2 util-linux procps python3)
+          libbenchmark-dev iproute2 util-linux)
 
 missing=()
 for package in "${packages[@]}"; do
