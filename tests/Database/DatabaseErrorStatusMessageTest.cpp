@@ -1,7 +1,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <string>
 
@@ -28,50 +27,34 @@ TEST_F(DatabaseErrorStatusMessageTest, ReadingWithoutAFileGivesZeroAndCreatesNot
     CDatabaseErrorStatusMessage record(&m_Factory);
     ASSERT_EQ(record.SetErrorStatus(0x40), SUCCESS);
     std::remove(Path().c_str());
-
     EXPECT_EQ(record.GetErrorStatus(), 0u);
     EXPECT_FALSE(CSandbox::Exists(Path()));
     EXPECT_TRUE(m_Factory.m_Events.empty());
 
     EXPECT_EQ(record.SetErrorStatus(1), SUCCESS);
-    EXPECT_EQ(CSandbox::ReadFile(Path()), std::string("\x0D\x01\x27\x00\x14\x00\x00\x00\x74\x00\x00\x00"
-                                                      "\xD2\x04\x00\x00\x01\x00\x00\x00",
-                                                      20));
+    EXPECT_EQ(CSandbox::ReadFile(Path()),
+              std::string("\x0D\x01\x27\x00\x14\x00\x00\x00\x74\x00\x00\x00\xD2\x04\x00\x00\x01\x00\x00\x00", 20));
 }
 
-// The record sits on the event path, so its construction stays silent.
-TEST_F(DatabaseErrorStatusMessageTest, ConstructionNeverReportsNorKeepsAFailure)
+// Events raised in one process set the word that every other process reads;
+// the file-corruption event keeps only bit 3, so it also wipes the network bit.
+TEST_F(DatabaseErrorStatusMessageTest, EventsSetTheWordAnotherProcessReads)
 {
-    m_Factory.m_FailOpenWith = EACCES;
-    m_Factory.m_FailOpenCount = 1;
-    CDatabaseErrorStatusMessage record(&m_Factory);
-    EXPECT_TRUE(m_Factory.m_Events.empty());
-    EXPECT_EQ(record.GetLastError(), SUCCESS);
-}
-
-TEST_F(DatabaseErrorStatusMessageTest, AnotherProcessReadsTheWordOneProcessSet)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        CRecordingFactory factory;
-        _exit(CDatabaseErrorStatusMessage(&factory).SetErrorStatus(0x10) == SUCCESS ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    ASSERT_EQ(status, 0);
-    EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 0x10u);
-}
-
-// The file-corruption event keeps only bit 3, so it also wipes the network bit.
-TEST_F(DatabaseErrorStatusMessageTest, EventsDriveTheWordThroughTheFactory)
-{
-    COSSLinuxFactory factory;
-    CDatabaseErrorStatusMessage record(&factory);
-    factory.SetErrorStatusMessage(&record);
-
-    factory.SendEvent(3, LOSS_OF_NETWORK_TRAFFIC, "DatabaseErrorStatusMessageTest", "network lost");
+    const auto raise = [](VeskEventCode_T Code) {
+        if (const pid_t child = fork(); child != 0) {
+            int status = -1;
+            waitpid(child, &status, 0);
+            return status;
+        }
+        COSSLinuxFactory factory;
+        CDatabaseErrorStatusMessage record(&factory);
+        factory.SetErrorStatusMessage(&record);
+        factory.SendEvent(3, Code, "DatabaseErrorStatusMessageTest", "raised");
+        _exit(0);
+    };
+    ASSERT_EQ(raise(LOSS_OF_NETWORK_TRAFFIC), 0);
     EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 1u);
-    factory.SendEvent(3, DATABASE_FILE_CORRUPTION, "DatabaseErrorStatusMessageTest", "corrupt file");
+    ASSERT_EQ(raise(DATABASE_FILE_CORRUPTION), 0);
     EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 0u);
 }
 

@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -7,51 +6,27 @@
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
-namespace {
-
-class DatabaseLocalBottomRecordTest : public ::testing::Test {
-protected:
-    void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
-
-    CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
-};
-
-TEST_F(DatabaseLocalBottomRecordTest, MissingFileIsCreatedWithNoBottomAndShorterTextsLeaveNoTail)
+TEST(DatabaseLocalBottomRecordTest, EachPingTaskKeepsItsBottomInATextFileOfItsOwn)
 {
-    CDatabaseLocalBottomRecord record(&m_Factory, "PPT");
-    EXPECT_EQ(record.GetDBFilePath(), m_Sandbox / "nonpersisted/LocalBottomStatePPT.txt");
-    EXPECT_EQ(CSandbox::ReadFile(record.GetDBFilePath()), "-2147483648\n0\n");
-    EXPECT_EQ(record.GetDepth(), INT32_MIN);
+    CSandbox sandbox;
+    sandbox.SetUnitEnvironment();
+    CRecordingFactory factory;
+    CDatabaseLocalBottomRecord primary(&factory, "PPT");
+    CDatabaseLocalBottomRecord secondary(&factory, "SPT");
+    EXPECT_EQ(CSandbox::ReadFile(primary.GetDBFilePath()), "-2147483648\n0\n");
+    EXPECT_EQ(primary.GetDepth(), INT32_MIN);
+    // A shorter text leaves no tail of the longer one.
+    primary.SetDepth(12);
+    primary.SetState(2);
+    ASSERT_EQ(primary.writeDB(), SUCCESS);
+    EXPECT_EQ(CSandbox::ReadFile(primary.GetDBFilePath()), "12\n2\n");
 
-    record.SetDepth(12);
-    record.SetState(2);
-    ASSERT_EQ(record.writeDB(), SUCCESS);
-    EXPECT_EQ(CSandbox::ReadFile(record.GetDBFilePath()), "12\n2\n");
-    EXPECT_TRUE(m_Factory.m_Events.empty());
-}
-
-TEST_F(DatabaseLocalBottomRecordTest, EachPingTaskHasItsOwnFileReadAfreshEachTime)
-{
-    CDatabaseLocalBottomRecord primary(&m_Factory, "PPT");
-    CDatabaseLocalBottomRecord secondary(&m_Factory, "SPT");
-    m_Sandbox.WriteFile("nonpersisted/LocalBottomStateSPT.txt", "  4711\n\n 2 \n");
-
+    EXPECT_EQ(secondary.GetDBFilePath(), sandbox / "nonpersisted/LocalBottomStateSPT.txt");
+    sandbox.WriteFile("nonpersisted/LocalBottomStateSPT.txt", "  4711\n\n 2 \n");
     ASSERT_EQ(primary.readDB(), SUCCESS);
     ASSERT_EQ(secondary.readDB(), SUCCESS);
-    EXPECT_EQ(primary.GetDepth(), INT32_MIN);
+    EXPECT_EQ(primary.GetDepth(), 12);
     EXPECT_EQ(secondary.GetDepth(), 4711);
     EXPECT_EQ(secondary.GetState(), 2);
+    EXPECT_TRUE(factory.m_Events.empty());
 }
-
-TEST_F(DatabaseLocalBottomRecordTest, LostFileIsRecreatedWithNoBottom)
-{
-    CDatabaseLocalBottomRecord record(&m_Factory, nullptr);
-    EXPECT_EQ(record.GetDBFilePath(), m_Sandbox / "nonpersisted/LocalBottomState");
-    record.SetDepth(5);
-    std::remove(record.GetDBFilePath());
-    ASSERT_EQ(record.readDB(), SUCCESS);
-    EXPECT_EQ(record.GetDepth(), INT32_MIN);
-}
-
-} // namespace

@@ -1,7 +1,6 @@
 // Behaviour every binary record shares, proven once over each record, plus
 // the few fields particular records give names to.
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,7 +15,6 @@
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
-#include "Utilities/OSSLinuxFile.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
@@ -51,12 +49,11 @@ const RecordCase cCase<CDatabaseSystemSettingsMessage> = {"CDatabaseSystemSettin
 std::string Hex(const std::string& Bytes)
 {
     std::string text;
+    char three[4];
     for (unsigned char byte : Bytes) {
-        char two[4];
-        std::snprintf(two, sizeof(two), text.empty() ? "%02X" : " %02X", byte);
-        text += two;
+        text.append(three, std::snprintf(three, sizeof(three), " %02X", byte));
     }
-    return text;
+    return text.substr(1);
 }
 
 std::string Le32(uint32_t Value)
@@ -113,27 +110,20 @@ using Records = ::testing::Types<CDatabaseEnvironmentLimitsMessage, CDatabaseSys
                                  CDatabaseMasterBottomRecordMessage, CDatabaseSystemSettingsMessage>;
 TYPED_TEST_SUITE(DatabaseRecordTest, Records);
 
-TYPED_TEST(DatabaseRecordTest, MissingFileIsCreatedWithHeaderAndDefaults)
+TYPED_TEST(DatabaseRecordTest, MissingFileIsCreatedWithDefaultsAndALongerOneIsCutAtTheNextStore)
 {
     TypeParam record(&this->m_Factory);
-
     const std::string bytes = this->FileBytes();
     ASSERT_EQ(bytes.size(), this->cSize);
-    EXPECT_EQ(record.GetDBFilePath(), this->Path());
     EXPECT_EQ(bytes.substr(0, 16), Le32(cCase<TypeParam>.Id) + Le32(this->cSize) + Le32(116) + Le32(1234));
     const char* payload = cCase<TypeParam>.DefaultPayload;
     EXPECT_EQ(Hex(bytes.substr(16)), payload ? payload : Hex(std::string(this->cSize - 16, '\0')));
     EXPECT_EQ(this->PacketOf(record), bytes);
-    EXPECT_TRUE(this->m_Factory.m_Events.empty());
-}
 
-TYPED_TEST(DatabaseRecordTest, MessageIsTheFileAsItIsNowAndALongerFileIsCutAtTheNextStore)
-{
-    TypeParam record(&this->m_Factory);
+    // The message is the file as it is now; a longer file is cut at the next store.
     this->WriteFileBytes(this->Image() + "tail");
     std::string out(this->cSize, '\0');
     Buffer_Bytes_T buffer(out.data(), out.size());
-
     EXPECT_EQ(record.CreateMessage(&buffer), SUCCESS);
     EXPECT_EQ(buffer.size(), this->cSize);
     EXPECT_EQ(out, this->Image());
@@ -178,13 +168,13 @@ TYPED_TEST(DatabaseRecordTest, ReceivedPacketIsStoredOnlyWhenWholeAndForThisUnit
     const struct {
         std::string Received;
         VeskEventCode_T Result;
-        const char* Why;
+        std::vector<std::string> Whys;
     } cases[] = {
-        {this->Image(116, 99), E2BIG, "Error in incoming message exp SN 1234 got  99exp S4V 116 got  116"},
-        {this->Image(117, 1234), E2BIG, "Error in incoming message exp SN 1234 got  1234exp S4V 116 got  117"},
-        {this->Image().substr(0, this->cSize - 1), E2BIG, nullptr},
+        {this->Image(116, 99), E2BIG, {"Error in incoming message exp SN 1234 got  99exp S4V 116 got  116"}},
+        {this->Image(117, 1234), E2BIG, {"Error in incoming message exp SN 1234 got  1234exp S4V 116 got  117"}},
+        {this->Image().substr(0, this->cSize - 1), E2BIG, {}},
         // The size field is rewritten on store; bytes past the packet are ignored.
-        {this->Image(116, 1234, 0x21, 0) + "extra", SUCCESS, nullptr},
+        {this->Image(116, 1234, 0x21, 0) + "extra", SUCCESS, {}},
     };
     TypeParam record(&this->m_Factory);
     for (const auto& c : cases) {
@@ -192,125 +182,87 @@ TYPED_TEST(DatabaseRecordTest, ReceivedPacketIsStoredOnlyWhenWholeAndForThisUnit
         std::string received = c.Received;
         const Buffer_Bytes_T buffer(received.data(), received.size());
         EXPECT_EQ(record.DecodeMessage(&buffer), c.Result);
-        EXPECT_EQ(this->TakeWhys("::DecodeMessage"), c.Why ? std::vector<std::string>{c.Why} : std::vector<std::string>{});
+        EXPECT_EQ(this->TakeWhys("::DecodeMessage"), c.Whys);
         EXPECT_EQ(this->FileBytes(), c.Result == SUCCESS ? this->Image(116, 1234, 0x21) : before);
     }
 }
 
-TYPED_TEST(DatabaseRecordTest, FileHeldByAnotherWriterIsNeitherWrittenNorRead)
-{
-    TypeParam record(&this->m_Factory);
-    const std::string before = this->FileBytes();
-    CFileHolder writer(this->Path(), O_WRONLY);
-    ASSERT_EQ(writer.OpenError(), 0);
-    EXPECT_EQ(record.writeDB(), FILE_ACCESS_DENIED);
-    EXPECT_EQ(record.readDB(), FILE_ACCESS_DENIED);
-    EXPECT_EQ(this->FileBytes(), before);
-}
-
 TYPED_TEST(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
 {
-    for (const bool present : {false, true}) {
-        if (present) {
-            this->WriteFileBytes(this->Image());
-        }
-        this->m_Factory.m_FailOpenWith = EACCES;
-        this->m_Factory.m_FailOpenCount = 1;
-        TypeParam record(&this->m_Factory);
-        EXPECT_EQ(record.GetLastError(), EACCES);
-        EXPECT_EQ(this->m_Factory.m_Events.at(0).Code, EACCES);
-        EXPECT_EQ(this->TakeWhys(" constructor"),
-                  std::vector<std::string>{present ? "failed to read DB" : "failed to write to DB"});
-    }
-
-    TypeParam record(&this->m_Factory);
-    std::remove(this->Path().c_str());
+    this->m_Factory.m_FailOpenWith = EACCES;
     this->m_Factory.m_FailOpenCount = 1;
-    EXPECT_EQ(record.readDB(), EACCES);
-    EXPECT_EQ(this->TakeWhys(" CheckForFile"), std::vector<std::string>{"failed to write to DB"});
+    TypeParam record(&this->m_Factory);
     EXPECT_EQ(record.GetLastError(), EACCES);
+    EXPECT_EQ(this->TakeWhys(" constructor"), std::vector<std::string>{"failed to write to DB"});
 
     ASSERT_EQ(symlink("/dev/full", this->Path().c_str()), 0);
     EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
     EXPECT_EQ(this->m_Factory.m_Events.at(0).Code, ENOSPC);
     EXPECT_EQ(this->TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
+    std::remove(this->Path().c_str());
+
+    // Another task writing the file keeps this one from storing over it.
+    ASSERT_EQ(record.readDB(), SUCCESS);
+    const std::string before = this->FileBytes();
+    CFileHolder writer(this->Path(), O_WRONLY);
+    ASSERT_EQ(writer.OpenError(), 0);
+    EXPECT_EQ(record.writeDB(), FILE_ACCESS_DENIED);
+    EXPECT_EQ(this->FileBytes(), before);
 }
+
+// The remaining cases concern one record at a time.
+using DatabaseRecordDeathTest = DatabaseRecordTest<CDatabaseMasterBottomRecordMessage>;
+using DatabaseRecordFieldsTest = DatabaseRecordTest<CDatabaseMasterBottomRecordMessage>;
 
 // The assertion texts are built from each record's description; these are
 // the ones the master bottom record must print.
-TEST(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers)
+TEST_F(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers)
 {
-    CSandbox sandbox;
-    sandbox.SetUnitEnvironment();
-    CRecordingFactory factory;
-    CDatabaseMasterBottomRecordMessage record(&factory);
-    std::string bytes = CSandbox::ReadFile(record.GetDBFilePath());
+    CDatabaseMasterBottomRecordMessage record(&m_Factory);
+    std::string bytes = FileBytes();
     Buffer_Bytes_T small(bytes.data(), bytes.size() - 1);
     EXPECT_DEATH(record.CreateMessage(&small), Assertion("Buffer->size() >= sizeof(m_MasterBottomRecord)"));
-
     std::string foreign = Le32(0x27010B) + bytes.substr(4);
     const Buffer_Bytes_T received(foreign.data(), foreign.size());
-    EXPECT_DEATH(record.DecodeMessage(&received),
-                 Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == Message_Id_Sonar4_Master_Bottom_Record"));
-    sandbox.WriteFile("nonpersisted/MasterBottomRecord.bin", foreign);
+    EXPECT_DEATH(
+        record.DecodeMessage(&received),
+        Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == Message_Id_Sonar4_Master_Bottom_Record"));
+    WriteFileBytes(foreign);
     EXPECT_DEATH(record.readDB(),
                  Assertion("masterBottomRecord.GetMessageID() == Message_Id_Sonar4_Master_Bottom_Record"));
-    sandbox.WriteFile("nonpersisted/MasterBottomRecord.bin", bytes.replace(4, 1, 1, '\x17'));
+    WriteFileBytes(bytes.replace(4, 1, 1, '\x17'));
     EXPECT_DEATH(record.readDB(),
                  Assertion("masterBottomRecord.GetMessageSize() == sizeof(Sonar4MasterBottomRecordPacket)"));
 
     EXPECT_DEATH(CDatabaseMasterBottomRecordMessage(nullptr), Assertion("m_pFactory"));
     EXPECT_DEATH(CDatabaseSystemLimitsMessage(nullptr), Assertion("m_pFactory && \"no Factory specified\""));
-    sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", sandbox.MakeDir(std::string(240, 'd')).c_str());
-    EXPECT_DEATH(CDatabaseMasterBottomRecordMessage{&factory},
+    m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", m_Sandbox.MakeDir(std::string(240, 'd')).c_str());
+    EXPECT_DEATH(CDatabaseMasterBottomRecordMessage{&m_Factory},
                  Assertion("m_DatabaseFilePath.length() <= MAX_DATABASE_PATH_LENGTH"));
 }
 
 // The serial number is looked up again until it is known, then kept.
-TEST(DatabaseRecordSerialTest, OverrideIsReadAsLeadingDecimalDigitsAndCachedOnceKnown)
+TEST_F(DatabaseRecordFieldsTest, SerialOverrideIsReadAsLeadingDecimalDigitsAndCachedOnceKnown)
 {
-    CSandbox sandbox;
-    sandbox.SetUnitEnvironment();
-    sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0");
-    CRecordingFactory factory;
-    CDatabaseMasterBottomRecordMessage record(&factory);
+    m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0");
+    CDatabaseMasterBottomRecordMessage record(&m_Factory);
     EXPECT_EQ(record.GetPacket().GetSerialNumber(), 0u);
-    sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0077xyz");
+    m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0077xyz");
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
-    sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "88");
+    m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "88");
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
 }
 
-TEST(DatabaseRecordFieldsTest, NamedFieldsAreStoredAtTheirOffsets)
+TEST_F(DatabaseRecordFieldsTest, NamedFieldsAreStoredAtTheirOffsets)
 {
-    CSandbox sandbox;
-    sandbox.SetUnitEnvironment();
-    CRecordingFactory factory;
-    CDatabaseMasterBottomRecordMessage bottom(&factory);
+    CDatabaseMasterBottomRecordMessage bottom(&m_Factory);
     bottom.SetOffsetMode(2);
     bottom.SetMasterDepth(-1);
     ASSERT_EQ(bottom.writeDB(), SUCCESS);
-    EXPECT_EQ(Hex(CSandbox::ReadFile(bottom.GetDBFilePath()).substr(16)), "00 FF FF FF FF 02");
+    EXPECT_EQ(Hex(FileBytes().substr(16)), "00 FF FF FF FF 02");
 
-    CDatabaseSystemSettingsMessage settings(&factory);
-    settings.SetDepthOffset(-250);
-    ASSERT_EQ(settings.writeDB(), SUCCESS);
-    const std::string bytes = CSandbox::ReadFile(settings.GetDBFilePath());
-    EXPECT_EQ(bytes.substr(60, 4), Le32(static_cast<uint32_t>(-250)));
-    EXPECT_EQ(bytes.find_first_not_of('\0', 64), std::string::npos);
-    EXPECT_EQ(CDatabaseSystemSettingsMessage(&factory).GetDepthOffset(), -250);
-}
-
-TEST(DatabaseRecordFieldsTest, MaximumAllowedDepthComesFromTheEnvironmentWhenSet)
-{
-    for (const auto& [value, lastFour] : {std::pair<const char*, const char*>{nullptr, "A0 A6 04 00"},
-                                          {"20000", "20 4E 00 00"}}) {
-        CSandbox sandbox;
-        sandbox.SetUnitEnvironment();
-        sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", value);
-        CRecordingFactory factory;
-        const std::string bytes = CSandbox::ReadFile(CDatabaseSystemLimitsMessage(&factory).GetDBFilePath());
-        ASSERT_EQ(bytes.size(), 49u);
-        EXPECT_EQ(Hex(bytes.substr(45)), lastFour);
-    }
+    // The default maximum depth is among the default payloads above.
+    m_Sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", "20000");
+    const std::string limits = CSandbox::ReadFile(CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath());
+    EXPECT_EQ(Hex(limits.substr(45)), "20 4E 00 00");
 }
