@@ -201,14 +201,14 @@ bool COSSLinuxFile::Seek(int offset, int whence)
     return true;
 }
 
-bool COSSLinuxFile::Read(Buffer_Bytes_T* Buffer)
+template <typename Transfer>
+bool COSSLinuxFile::TransferBuffer(const Buffer_Bytes_T* Buffer, Transfer transfer)
 {
-    VESK_ASSERT(Buffer);
     if (m_FileDescriptor == -1) {
         return false;
     }
     m_LastError = 0;
-    const ssize_t count = read(m_FileDescriptor, Buffer->ptr(), Buffer->size());
+    const ssize_t count = transfer(m_FileDescriptor, Buffer->ptr(), Buffer->size());
     if (count == -1) {
         m_LastError = errno;
         return false;
@@ -217,20 +217,16 @@ bool COSSLinuxFile::Read(Buffer_Bytes_T* Buffer)
     return true;
 }
 
+bool COSSLinuxFile::Read(Buffer_Bytes_T* Buffer)
+{
+    VESK_ASSERT(Buffer);
+    return TransferBuffer(Buffer, [](int fd, uint8_t* data, size_t size) { return read(fd, data, size); });
+}
+
 bool COSSLinuxFile::Write(const Buffer_Bytes_T* Buffer)
 {
     VESK_ASSERT(Buffer);
-    if (m_FileDescriptor == -1) {
-        return false;
-    }
-    m_LastError = 0;
-    const ssize_t count = write(m_FileDescriptor, Buffer->ptr(), Buffer->size());
-    if (count == -1) {
-        m_LastError = errno;
-        return false;
-    }
-    Buffer->size(static_cast<size_t>(count));
-    return true;
+    return TransferBuffer(Buffer, [](int fd, const uint8_t* data, size_t size) { return write(fd, data, size); });
 }
 
 bool COSSLinuxFile::Ioctl(unsigned request, unsigned argument)

@@ -50,6 +50,10 @@ public:
     int Ftruncate(int length) override;
 
 private:
+    // One read or write of the buffer's current size; the size becomes the
+    // count moved.
+    template <typename Transfer>
+    bool TransferBuffer(const Buffer_Bytes_T* Buffer, Transfer transfer);
     // Owner of a lock that would keep this open from writing (or reading)
     // the whole file, or -1. A failed query is recorded as the last error.
     pid_t CheckForLock();

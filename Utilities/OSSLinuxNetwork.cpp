@@ -223,28 +223,26 @@ bool COSSLinuxNetwork::Receive(Buffer_Bytes_T* Buffer)
 
 // The flag operations keep an earlier error: callers set flags right after
 // a failed call and must still see that failure.
-bool COSSLinuxNetwork::SetSocketFlags(int flags)
+template <typename Update>
+bool COSSLinuxNetwork::ChangeSocketFlags(Update update)
 {
-    VESK_ASSERT(m_Socket != -1);
     const int current = fcntl(m_Socket, F_GETFL);
-    if (current == -1) {
-        m_LastError = errno;
-    } else if (fcntl(m_Socket, F_SETFL, current | flags) == -1) {
+    if (current == -1 || fcntl(m_Socket, F_SETFL, update(current)) == -1) {
         m_LastError = errno;
     }
     return m_LastError == 0;
 }
 
+bool COSSLinuxNetwork::SetSocketFlags(int flags)
+{
+    VESK_ASSERT(m_Socket != -1);
+    return ChangeSocketFlags([flags](int current) { return current | flags; });
+}
+
 bool COSSLinuxNetwork::ClearSocketFlags(int flags)
 {
     VESK_ASSERT(m_Socket != -1);
-    const int current = fcntl(m_Socket, F_GETFL);
-    if (current == -1) {
-        m_LastError = errno;
-    } else if (fcntl(m_Socket, F_SETFL, current & ~flags) == -1) {
-        m_LastError = errno;
-    }
-    return m_LastError == 0;
+    return ChangeSocketFlags([flags](int current) { return current & ~flags; });
 }
 
 int COSSLinuxNetwork::GetLastError() const

@@ -28,6 +28,10 @@ public:
     void Close();
 
 private:
+    // Writes back the socket's file-status flags as Update makes them.
+    template <typename Update>
+    bool ChangeSocketFlags(Update update);
+
     int m_Socket;
     int m_LastError;
     sockaddr_in m_Address;
