@@ -248,7 +248,10 @@ VeskEventCode_T CDatabaseServiceInfoMessage::DecodeMessage(const Buffer_Bytes_T*
     // hold: it is examined as a zero-padded copy, so missing fields read as
     // 0 and nothing past its end is touched.
     Sonar4ServiceInfoPacket external{};
-    std::memcpy(external.data(), Buffer->ptr(), std::min(Buffer->size(), cPacketSize));
+    if (Buffer->size() != 0) {
+        // An empty buffer may have no memory at all.
+        std::memcpy(external.data(), Buffer->ptr(), std::min(Buffer->size(), cPacketSize));
+    }
     const Sonar4ServiceInfoPacket* pExternalServiceInfoPacket = &external;
 
     if (pExternalServiceInfoPacket->GetKind() != cServiceInfoKind) {

@@ -1,9 +1,11 @@
 #include "fuzz/FuzzUnit.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
+#include "Utilities/LittleEndian.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -62,6 +64,17 @@ void WriteFile(const std::string& Path, const void* Data, size_t Size)
     if (!out) {
         Fail("cannot write " + Path);
     }
+}
+
+std::vector<uint8_t> WithMessageId(const uint8_t* Data, size_t Size, uint32_t Id)
+{
+    // Never empty: an empty input is still handed over as a real pointer.
+    std::vector<uint8_t> bytes(Size == 0 ? 1 : Size);
+    std::copy(Data, Data + Size, bytes.begin());
+    if (Size >= sizeof(Id)) {
+        LittleEndian::Write<uint32_t>(bytes.data(), Id);
+    }
+    return bytes;
 }
 
 void Require(bool Holds, const char* What)

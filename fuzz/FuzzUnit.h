@@ -1,7 +1,10 @@
 #ifndef FUZZ_FUZZUNIT_H
 #define FUZZ_FUZZUNIT_H
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Utilities/OSSLinuxFactory.h"
 
@@ -24,6 +27,11 @@ IOSSFactory* Factory();
 
 // Writes Size bytes to Path, replacing it; aborts when that fails.
 void WriteFile(const std::string& Path, const void* Data, size_t Size);
+
+// A copy of the input whose first four bytes, when it has them, carry Id:
+// a packet of another id handed to a record is the caller's error, a
+// deliberate stop, and not worth the fuzzer's time.
+std::vector<uint8_t> WithMessageId(const uint8_t* Data, size_t Size, uint32_t Id);
 
 // Ends the run as a crash when a property the product promises is broken.
 void Require(bool Holds, const char* What);

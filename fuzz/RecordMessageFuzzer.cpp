@@ -26,14 +26,8 @@ template <typename Record>
 void Decode(Record& record, LNET_MESSAGE_ID_T Id, const uint8_t* Data, size_t Size)
 {
     constexpr size_t packetSize = Record::cPacketSize;
-    std::unique_ptr<uint8_t[]> bytes(new uint8_t[Size == 0 ? 1 : Size]);
-    if (Size > 0) {
-        std::memcpy(bytes.get(), Data, Size);
-    }
-    if (Size >= sizeof(LNET_MESSAGE_ID_T)) {
-        LittleEndian::Write<uint32_t>(bytes.get(), Id);
-    }
-    const Buffer_Bytes_T packet(bytes.get(), Size);
+    std::vector<uint8_t> bytes = FuzzUnit::WithMessageId(Data, Size, Id);
+    const Buffer_Bytes_T packet(bytes.data(), Size);
 
     uint8_t before[packetSize];
     std::memcpy(before, record.GetPacket().data(), packetSize);
@@ -46,14 +40,14 @@ void Decode(Record& record, LNET_MESSAGE_ID_T Id, const uint8_t* Data, size_t Si
         return;
     }
     FuzzUnit::Require(Size >= packetSize, "a short packet was accepted");
-    LittleEndian::Write<uint32_t>(bytes.get() + 4, static_cast<uint32_t>(packetSize));
-    FuzzUnit::Require(std::memcmp(bytes.get(), record.GetPacket().data(), packetSize) == 0,
+    LittleEndian::Write<uint32_t>(bytes.data() + 4, static_cast<uint32_t>(packetSize));
+    FuzzUnit::Require(std::memcmp(bytes.data(), record.GetPacket().data(), packetSize) == 0,
                       "the accepted packet is not the record");
 
     uint8_t built[packetSize + 1] = {};
     Buffer_Bytes_T message(built, sizeof(built));
     FuzzUnit::Require(record.CreateMessage(&message) == SUCCESS, "the stored packet could not be built again");
-    FuzzUnit::Require(message.size() == packetSize && std::memcmp(built, bytes.get(), packetSize) == 0,
+    FuzzUnit::Require(message.size() == packetSize && std::memcmp(built, bytes.data(), packetSize) == 0,
                       "the stored packet came back changed");
 }
 

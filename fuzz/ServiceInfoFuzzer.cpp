@@ -32,22 +32,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
     const IPPort32_T ourControl = serviceInfo.GetControlPort();
     const IPPort32_T ourData = serviceInfo.GetDataPort();
 
-    // A packet of another id handed to this record is the caller's error.
-    std::unique_ptr<uint8_t[]> bytes(new uint8_t[Size == 0 ? 1 : Size]);
-    if (Size > 0) {
-        std::memcpy(bytes.get(), Data, Size);
-    }
-    if (Size >= sizeof(LNET_MESSAGE_ID_T)) {
-        LittleEndian::Write<uint32_t>(bytes.get(), Sonar4_Service_Info_Message);
-    }
-    const Buffer_Bytes_T packet(bytes.get(), Size);
+    std::vector<uint8_t> bytes = FuzzUnit::WithMessageId(Data, Size, Sonar4_Service_Info_Message);
+    const Buffer_Bytes_T packet(bytes.data(), Size);
     serviceInfo.DecodeMessage(&packet);
 
     if (serviceInfo.GetControlPort() == ourControl && serviceInfo.GetDataPort() == ourData) {
         return 0;
     }
     Sonar4ServiceInfoPacket theirs{};
-    std::memcpy(theirs.data(), bytes.get(), std::min(Size, sizeof(theirs)));
+    std::memcpy(theirs.data(), bytes.data(), std::min(Size, sizeof(theirs)));
     const IPPort32_T control = serviceInfo.GetControlPort();
     const IPPort32_T data = serviceInfo.GetDataPort();
     FuzzUnit::Require(control != data, "moved onto one port for control and data");

@@ -99,6 +99,8 @@ TEST_F(ServiceInfoTest, OnlyTheSmallerSerialNumberGivesWayOnAClash)
     m_Factory.m_Events.clear();
     EXPECT_EQ(SUCCESS, Decode(record, 1000, 3200, 3201));
     EXPECT_EQ(SUCCESS, Decode(record, 1234, 3200, 3201)) << "our own packet looped back";
+    const Buffer_Bytes_T empty(nullptr, 0);
+    EXPECT_EQ(SUCCESS, record.DecodeMessage(&empty));
     EXPECT_TRUE(m_Factory.m_Events.empty());
 
     EXPECT_EQ(SUCCESS, Decode(record, 5000, 3200, 3201));
