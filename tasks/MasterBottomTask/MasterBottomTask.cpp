@@ -64,7 +64,14 @@ MasterBottomTask::MasterBottomTask(IOSSFactory* pFactory)
     }
 }
 
-MasterBottomTask::~MasterBottomTask() = default;
+MasterBottomTask::~MasterBottomTask()
+{
+    // A socket that never opened refuses to be closed (its destructor stops
+    // the process) and holds nothing: let it go with the process instead.
+    if (m_pSocket && m_pSocket->GetSocket() == -1) {
+        (void)m_pSocket.release();
+    }
+}
 
 void MasterBottomTask::KeepFirstFailure(VeskEventCode_T Status)
 {
