@@ -172,34 +172,31 @@ bool COSSLinuxNetwork::GetSystemIPAddress(AUINT32* pIpAddr)
     return m_SystemAddress != 0;
 }
 
-bool COSSLinuxNetwork::Bind(IP_Port_T Port)
+bool COSSLinuxNetwork::BindTo(in_addr_t NetworkOrderAddress, IP_Port_T Port)
 {
-    VESK_ASSERT(m_Socket != -1);
     m_LastError = 0;
     std::memset(&m_Address, 0, sizeof(m_Address));
     m_Address.sin_family = AF_INET;
     m_Address.sin_port = htons(Port);
-    m_Address.sin_addr.s_addr = htonl(INADDR_ANY);
+    m_Address.sin_addr.s_addr = NetworkOrderAddress;
     if (bind(m_Socket, reinterpret_cast<const sockaddr*>(&m_Address), sizeof(m_Address)) == -1) {
         m_LastError = errno;
     }
     return m_LastError == 0;
 }
 
+bool COSSLinuxNetwork::Bind(IP_Port_T Port)
+{
+    VESK_ASSERT(m_Socket != -1);
+    return BindTo(htonl(INADDR_ANY), Port);
+}
+
 bool COSSLinuxNetwork::BindToAddress(IP_Address_str_T Address, IP_Port_T Port)
 {
     VESK_ASSERT(Address);
     VESK_ASSERT(m_Socket != -1);
-    m_LastError = 0;
-    std::memset(&m_Address, 0, sizeof(m_Address));
-    m_Address.sin_family = AF_INET;
-    m_Address.sin_port = htons(Port);
     // Invalid text becomes 255.255.255.255 and bind reports the failure.
-    m_Address.sin_addr.s_addr = inet_addr(Address);
-    if (bind(m_Socket, reinterpret_cast<const sockaddr*>(&m_Address), sizeof(m_Address)) == -1) {
-        m_LastError = errno;
-    }
-    return m_LastError == 0;
+    return BindTo(inet_addr(Address), Port);
 }
 
 bool COSSLinuxNetwork::Receive(Buffer_Bytes_T* Buffer)

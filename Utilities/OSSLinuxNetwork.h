@@ -28,6 +28,8 @@ public:
     void Close();
 
 private:
+    // Binds to the address and port, keeping them as the local address.
+    bool BindTo(in_addr_t NetworkOrderAddress, IP_Port_T Port);
     // Writes back the socket's file-status flags as Update makes them.
     template <typename Update>
     bool ChangeSocketFlags(Update update);
