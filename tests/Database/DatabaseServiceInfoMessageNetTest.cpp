@@ -54,18 +54,15 @@ TEST_F(ServiceInfoTest, FreshFileHoldsTheDiscoveryPacket)
     const char pathLength = static_cast<char>(root.size() + 1);
     // id, serial 1234, kind 39, reserved, data length, group, data port,
     // own address (octets in order), control port, path length, root.
-    const std::string expected = std::string("\0\0\0\0\xD2\x04\0\0\x27\0\0\0\0\0\0\0\0\0", 18) +
-                                 std::string(1, static_cast<char>(pathLength + 18)) + '\0' +
-                                 std::string("\xE5\0\x20\xA0\xA0\x0F\0\0\xC0\xA8\x01\x05\x80\x0C\0\0", 16) +
-                                 pathLength + '\0' + root + std::string(512 - root.size(), '\0');
-    EXPECT_EQ(expected, File());
+    EXPECT_EQ(std::string("\0\0\0\0\xD2\x04\0\0\x27\0\0\0\0\0\0\0\0\0", 18) + char(pathLength + 18) + '\0' +
+                  std::string("\xE5\0\x20\xA0\xA0\x0F\0\0\xC0\xA8\x01\x05\x80\x0C\0\0", 16) + pathLength + '\0' + root +
+                  std::string(512 - root.size(), '\0'),
+              File());
     EXPECT_STREQ("229.0.32.160", record.GetOutputIPAddressText());
-    const auto events = m_Factory.EventsAt("CDatabaseServiceInfoMessage::SetDefaultValues");
-    ASSERT_EQ(1u, events.size());
-    EXPECT_EQ(4, events[0].Level);
+    ASSERT_EQ(1u, m_Factory.m_Events.size());
+    EXPECT_EQ(4, m_Factory.m_Events[0].Level);
     EXPECT_EQ("HostFormatIpAddress :  c0a80105 when masked  : 280105 when shifted by 5  : 50020a0 final multicast  : "
-              "e50020a0",
-              events[0].Why);
+              "e50020a0", m_Factory.m_Events[0].Why);
 
     std::vector<uint8_t> bytes(600);
     Buffer_Bytes_T buffer(bytes.data(), bytes.size());

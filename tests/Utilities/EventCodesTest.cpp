@@ -48,7 +48,6 @@ protected:
 
     CSandbox m_Sandbox;
     COSSLinuxFactory m_Factory;
-    CFakeErrorStatus m_Status;
 };
 
 // The text with its ctime time stamp replaced by "<time>".
@@ -93,7 +92,7 @@ const char* const cTexts[] = {
 
 } // namespace
 
-TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumber)
+TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
 {
     VeskEventCode_T code = 1;
     for (const char* text : cTexts) {
@@ -110,10 +109,7 @@ TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumber)
         EXPECT_EQ(Masked(Send(events, LOG_INFO, number, "it happened")),
                   "6::MasterBottomTask:" + what + " @ <time> in CThing::Do because it happened (OptDebug Build)\n");
     }
-}
 
-TEST_F(EventCodesTest, LineOf512CharactersIsRefusedAndNotPrinted)
-{
     CEventCodes events(&m_Factory, nullptr);
     ASSERT_EQ(events.ConstructMessage("SUCCESS", "CThing::Do", "", SUCCESS), SUCCESS);
     const size_t fixedLength = std::strlen(events.GetMessage());
@@ -153,20 +149,20 @@ TEST_F(EventCodesTest, EventsSetAndClearTheirLedPatternAndStatusBitsEvenWhenRefu
     };
     CFifoReader led(std::getenv("IPC_LED_TASK"));
     for (const auto& [code, action, pattern, before, after] : rows) {
-        m_Status.m_Word = before;
-        m_Status.m_Writes = 0;
-        CEventCodes events(&m_Factory, &m_Status), withoutRecord(&m_Factory, nullptr);
+        CFakeErrorStatus status;
+        status.m_Word = before;
+        CEventCodes events(&m_Factory, &status), withoutRecord(&m_Factory, nullptr);
         // A line too long to print still has its effects; without a record only the LED is driven.
         Send(events, LOG_ERR, code, std::string(600, 'y'), ERROR_REPORT_TOO_LARGE);
         Send(withoutRecord, LOG_ERR, code, "x");
         const std::string message = (action == 'S' ? "LedSetPattern:" : "LedClrPattern:") + std::to_string(pattern);
         EXPECT_EQ(led.Drain(), action ? message + '\0' + message + '\0' : "") << code;
-        EXPECT_EQ(m_Status.m_Word, after) << code;
-        EXPECT_EQ(m_Status.m_Writes, action ? 1 : 0) << code;
+        EXPECT_EQ(status.m_Word, after) << code;
+        EXPECT_EQ(status.m_Writes, action ? 1 : 0) << code;
     }
 }
 
-TEST_F(EventCodesTest, AcknowledgementArrivesByteForByteUnlessTooLong)
+TEST_F(EventCodesTest, AcknowledgementArrivesByteForByteUnlessTooLongAndAnUnsetPipeAborts)
 {
     CFifoReader handler(std::getenv("IPC_ERROR_HANDLER_TASK"));
     EXPECT_EQ(m_Factory.SendAckToErrorHandler("ACK_MasterBottomTask"), SUCCESS);
@@ -175,10 +171,6 @@ TEST_F(EventCodesTest, AcknowledgementArrivesByteForByteUnlessTooLong)
     m_Factory.SetName(name);
     EXPECT_EQ(m_Factory.SendAckToErrorHandler(("ACK_" + name).c_str()), ERROR_REPORT_TOO_LARGE);
     EXPECT_EQ(handler.Drain(), "");
-}
-
-TEST_F(EventCodesTest, UnsetPipeVariableIsReportedThenAborts)
-{
     EXPECT_DEATH((dup2(STDERR_FILENO, STDOUT_FILENO), PipeSender::Send(&m_Factory, "VESK_UNSET_PIPE", "x")),
                  "PipeSender::Send\\(\\) PipePath is 'VESK_UNSET_PIPE'; Not the name of a valid Environment "
                  "Variable or it is not set\n.*Assertion `pipeName && \"PipeSender::Send\\(\\) PipePath is not the "
@@ -189,8 +181,7 @@ TEST_F(EventCodesTest, EachLineReachesARedirectedStdoutOnceAcrossForks)
 {
     const std::string output = m_Sandbox / "stdout.txt";
     std::fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
+    if (fork() == 0) {
         // A file makes stdout fully buffered, as on the units. _exit skips the
         // exit-time flush: only what SendEvent flushed itself reaches the file.
         if (std::freopen(output.c_str(), "w", stdout) != nullptr) {
@@ -202,8 +193,7 @@ TEST_F(EventCodesTest, EachLineReachesARedirectedStdoutOnceAcrossForks)
         }
         _exit(0);
     }
-    ASSERT_GT(child, 0);
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    wait(nullptr);
     const std::string head = "6::MasterBottomTask:SUCCESS (0) @ <time> in CThing::Do because ";
     EXPECT_EQ(Masked(CSandbox::ReadFile(output)),
               head + "before fork (OptDebug Build)\n" + head + "in grandchild (OptDebug Build)\n");

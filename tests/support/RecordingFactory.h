@@ -21,16 +21,11 @@ public:
     VeskEventCode_T SendEvent(int level, VeskEventCode_T code, const char* where, const char* why) override;
     IOSSFile* CreateFile(const char* Name, int flags, int mode) override;
 
-    // Events with this where-text.
-    std::vector<Event> EventsAt(const std::string& Where) const;
-
     std::vector<Event> m_Events;
     // When non-zero, the next CreateFile calls answer a file whose open
     // failed with this error (one call per FailOpenCount).
     int m_FailOpenWith = 0;
     int m_FailOpenCount = 0;
-    // When true, events also go through the real reporter.
-    bool m_PassThrough = false;
 };
 
 #endif
