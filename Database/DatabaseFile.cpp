@@ -1,11 +1,11 @@
 #include "Database/DatabaseFile.h"
 
-#include <cstdlib>
-
 #include <fcntl.h>
 
-#include "Utilities/ByteBuffer.h"
+#include <cstdlib>
+
 #include "Database/SerialNumberInfo.h"
+#include "Utilities/ByteBuffer.h"
 #include "Utilities/VeskAssert.h"
 
 namespace {
