@@ -203,14 +203,13 @@ VeskEventCode_T CDatabaseServiceInfoMessage::readDB()
     if (!file) {
         return result;
     }
-    // Loaded aside and taken over only when complete, so that a short file
-    // leaves the packet in memory as it was.
-    Sonar4ServiceInfoPacket loaded{};
-    result = LoadBytes(*file, loaded.data(), cPacketSize, "Failed to read contents");
+    // Read straight into the packet: a short file leaves the bytes it had
+    // in memory, over the rest of the packet as it was. Other units behave
+    // so; the short file is removed and the next load recreates it.
+    result = LoadBytes(*file, m_ServiceInfo.data(), cPacketSize, "Failed to read contents");
     if (result != SUCCESS) {
         return result;
     }
-    m_ServiceInfo = loaded;
     VESK_ASSERT(m_ServiceInfo.GetMessageID() == Sonar4_Service_Info_Message);
     RefreshOutputIPAddressText();
 
