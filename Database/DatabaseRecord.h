@@ -87,8 +87,9 @@ public:
 
 
 protected:
+    // Loaded: room for a packet read from the file before it is accepted.
     CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint8_t* Packet,
-                    size_t PacketSize);
+                    uint8_t* Loaded, size_t PacketSize);
 
     void SetDefaults() override;
 
@@ -100,6 +101,7 @@ private:
 
     const DatabaseRecordDescription_T& m_Description;
     uint8_t* const m_pPacket;
+    uint8_t* const m_pLoaded;
     const size_t m_PacketSize;
 };
 
@@ -108,6 +110,9 @@ private:
 template <typename Packet>
 struct DatabasePacketHolder_T {
     Packet m_Packet{};
+    // A load lands here first, so a rejected file leaves m_Packet as it was;
+    // kept with the record so that loads need no memory of their own.
+    Packet m_Loaded{};
 };
 
 // A record holding a packet of type Packet.
@@ -121,7 +126,8 @@ public:
 
 protected:
     CDatabaseRecordOf(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description)
-        : DatabasePacketHolder_T<Packet>(), CDatabaseRecord(pFactory, Description, this->m_Packet.data(), cPacketSize)
+        : DatabasePacketHolder_T<Packet>(),
+          CDatabaseRecord(pFactory, Description, this->m_Packet.data(), this->m_Loaded.data(), cPacketSize)
     {
     }
 };
