@@ -24,9 +24,10 @@ int CTextScanner::Peek()
 {
     if (m_Next == m_Size && !m_AtEnd) {
         Buffer_Bytes_T buffer(m_Text, sizeof(m_Text));
-        // A failed read ends the text with its errno set, as the stream's
-        // own read would.
+        // A failed read ends the text; its errno is what every later scan
+        // reports, as the stream's reads do.
         if (!m_File.Read(&buffer)) {
+            m_ReadError = errno;
             buffer.size(0);
         }
         m_Size = buffer.size();
@@ -80,9 +81,10 @@ bool CTextScanner::Finish(Scan_T Result)
         m_LastError = 0;
         return true;
     }
-    // errno is not cleared first: running out of text is only a failure
-    // when something went wrong before it.
-    m_LastError = errno;
+    // The C library's scan leaves errno 0 at a clean end of the text, and
+    // the read's errno after a failed read.
+    errno = m_ReadError;
+    m_LastError = m_ReadError;
     return m_LastError == 0;
 }
 

@@ -16,8 +16,8 @@
 // As with the stream reads: a text that is no number stores 0 (a sign on
 // its own is used up), a number too long for the scan's width is cut as
 // the C library cuts it (errno ERANGE when even a long cannot hold it), and
-// at the end of the text nothing is stored and the result is the errno
-// left from before (true when it is 0).
+// at the end of the text nothing is stored and the result is true, unless
+// a read failed (its errno is then the error).
 class CTextScanner {
 public:
     explicit CTextScanner(IOSSFile& File) : m_File(File) {}
@@ -27,7 +27,7 @@ public:
     // As IOSSFile::ReadStream(int*) and ReadStream(UINT8*).
     bool Read(int* Data);
     bool Read(UINT8* Data);
-    // 0, or the errno of the last scan that met the end of the text.
+    // 0, or the errno of the failed read that ended the text.
     int GetLastError() const { return m_LastError; }
 
 private:
@@ -47,6 +47,7 @@ private:
     size_t m_Size = 0;
     size_t m_Next = 0;
     bool m_AtEnd = false;
+    int m_ReadError = 0;
     int m_LastError = 0;
 };
 
