@@ -33,6 +33,11 @@ namespace {
 std::atomic<bool> g_Counting{false};
 std::atomic<long> g_Allocations{0};
 
+} // namespace
+
+#if VESK_COUNTS_ALLOCATIONS
+namespace {
+
 void CountAllocation()
 {
     if (g_Counting.load(std::memory_order_relaxed)) {
@@ -42,7 +47,6 @@ void CountAllocation()
 
 } // namespace
 
-#if VESK_COUNTS_ALLOCATIONS
 // The C library's allocator, counted: operator new, the streams and
 // everything else take their memory here. (The sanitizers bring their own.)
 extern "C" {
