@@ -44,14 +44,14 @@ void CTextScanner::SkipBlanks()
     }
 }
 
-CTextScanner::Scan_T CTextScanner::ScanNumber(bool& Negative, unsigned long& Magnitude, bool& Overflow)
+CTextScanner::Scan_T CTextScanner::ScanNumber(Number_T& Number)
 {
     SkipBlanks();
     int next = Peek();
     if (next == -1) {
         return SCAN_END;
     }
-    Negative = next == '-';
+    Number.Negative = next == '-';
     if (next == '-' || next == '+') {
         ++m_Next;
         next = Peek();
@@ -60,15 +60,13 @@ CTextScanner::Scan_T CTextScanner::ScanNumber(bool& Negative, unsigned long& Mag
         // What follows the sign is left for the next scan.
         return SCAN_NO_NUMBER;
     }
-    Magnitude = 0;
-    Overflow = false;
     for (; IsDigit(next); ++m_Next, next = Peek()) {
         const unsigned long digit = static_cast<unsigned long>(next - '0');
-        if (Magnitude > (ULONG_MAX - digit) / 10) {
-            Overflow = true;
-            Magnitude = ULONG_MAX;
-        } else if (!Overflow) {
-            Magnitude = Magnitude * 10 + digit;
+        if (Number.Magnitude > (ULONG_MAX - digit) / 10) {
+            Number.Overflow = true;
+            Number.Magnitude = ULONG_MAX;
+        } else if (!Number.Overflow) {
+            Number.Magnitude = Number.Magnitude * 10 + digit;
         }
     }
     SkipBlanks();
@@ -88,49 +86,49 @@ bool CTextScanner::Finish(Scan_T Result)
     return m_LastError == 0;
 }
 
-bool CTextScanner::Read(int* Data)
+template <typename Stored>
+bool CTextScanner::ReadValue(Stored* Data, Stored (*Convert)(const Number_T&))
 {
     VESK_ASSERT(Data);
-    bool negative = false;
-    unsigned long magnitude = 0;
-    bool overflow = false;
-    const Scan_T result = ScanNumber(negative, magnitude, overflow);
-    if (result == SCAN_VALUE) {
-        // As a signed long conversion: saturated at its limits, then cut to
-        // the int the scan stores.
-        const unsigned long limit = negative ? static_cast<unsigned long>(LONG_MAX) + 1 : LONG_MAX;
-        long value;
-        if (overflow || magnitude > limit) {
-            errno = ERANGE;
-            value = negative ? LONG_MIN : LONG_MAX;
-        } else {
-            value = negative ? static_cast<long>(0 - magnitude) : static_cast<long>(magnitude);
-        }
-        *Data = static_cast<int>(value);
-    } else if (result == SCAN_NO_NUMBER) {
-        *Data = 0;
+    Number_T number;
+    const Scan_T result = ScanNumber(number);
+    if (result != SCAN_END) {
+        *Data = result == SCAN_VALUE ? Convert(number) : 0;
     }
     return Finish(result);
 }
 
+int CTextScanner::AsInt(const Number_T& Number)
+{
+    // As a signed long conversion: saturated at its limits, then cut to the
+    // int the scan stores.
+    const unsigned long limit = Number.Negative ? static_cast<unsigned long>(LONG_MAX) + 1 : LONG_MAX;
+    if (Number.Overflow || Number.Magnitude > limit) {
+        errno = ERANGE;
+        return static_cast<int>(Number.Negative ? LONG_MIN : LONG_MAX);
+    }
+    return static_cast<int>(Number.Negative ? static_cast<long>(0 - Number.Magnitude)
+                                            : static_cast<long>(Number.Magnitude));
+}
+
+UINT8 CTextScanner::AsByte(const Number_T& Number)
+{
+    // As an unsigned long conversion (a minus sign negates modulo its range),
+    // cut to the unsigned int the scan stores, then to a byte.
+    if (Number.Overflow) {
+        errno = ERANGE;
+        return static_cast<UINT8>(static_cast<unsigned int>(ULONG_MAX));
+    }
+    const unsigned long value = Number.Negative ? 0 - Number.Magnitude : Number.Magnitude;
+    return static_cast<UINT8>(static_cast<unsigned int>(value));
+}
+
+bool CTextScanner::Read(int* Data)
+{
+    return ReadValue(Data, &AsInt);
+}
+
 bool CTextScanner::Read(UINT8* Data)
 {
-    VESK_ASSERT(Data);
-    bool negative = false;
-    unsigned long magnitude = 0;
-    bool overflow = false;
-    const Scan_T result = ScanNumber(negative, magnitude, overflow);
-    if (result == SCAN_VALUE) {
-        // As an unsigned long conversion (a minus sign negates modulo its
-        // range), cut to the unsigned int the scan stores, then to a byte.
-        unsigned long value = negative ? 0 - magnitude : magnitude;
-        if (overflow) {
-            errno = ERANGE;
-            value = ULONG_MAX;
-        }
-        *Data = static_cast<UINT8>(static_cast<unsigned int>(value));
-    } else if (result == SCAN_NO_NUMBER) {
-        *Data = 0;
-    }
-    return Finish(result);
+    return ReadValue(Data, &AsByte);
 }

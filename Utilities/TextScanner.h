@@ -32,10 +32,23 @@ public:
 
 private:
     enum Scan_T { SCAN_VALUE, SCAN_NO_NUMBER, SCAN_END };
+    // A scanned number: its sign and its digits' value, saturated at the
+    // widest unsigned long (Overflow tells that it was).
+    struct Number_T {
+        bool Negative = false;
+        unsigned long Magnitude = 0;
+        bool Overflow = false;
+    };
 
     // One number: blanks, an optional sign, the digits, then the blanks
-    // after it. Magnitude saturates; Overflow tells that it did.
-    Scan_T ScanNumber(bool& Negative, unsigned long& Magnitude, bool& Overflow);
+    // after it.
+    Scan_T ScanNumber(Number_T& Number);
+    // One value: the number converted, 0 for a text that is no number,
+    // nothing at the end of the text.
+    template <typename Stored>
+    bool ReadValue(Stored* Data, Stored (*Convert)(const Number_T&));
+    static int AsInt(const Number_T& Number);
+    static UINT8 AsByte(const Number_T& Number);
     // Whether a scan met a value; at the end records errno.
     bool Finish(Scan_T Result);
     // The next character, or -1 at the end of the text.

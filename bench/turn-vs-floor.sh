@@ -40,28 +40,11 @@ fi
 
 # The unit: its own network namespace, eth0 at 10.0.0.2/24, a temporary
 # directory with the database directories and the task pipes.
-ip link set lo up
-ip link add eth0 type veth peer name eth0-peer
-ip addr add 10.0.0.2/24 dev eth0
-ip link set eth0 up
-ip link set eth0-peer up
-
+source "$top/tools/unit-environment.sh"
+make_unit_network
 unit=$(mktemp -d /tmp/vesk-bench-XXXXXX)
 trap 'rm -rf "$unit"' EXIT
-mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid}
-export NONPERSISTED_DATABASE_ROOT="$unit/nonpersisted"
-export DATABASE_DIR_SYSTEM_DATA="$unit/systemdata"
-export DATABASE_DIR_PING_PARAMETERS="$unit/pingparameters"
-export ROOT_DIR="$unit/root"
-export PID_LOCATION="$unit/pid"
-export IPC_MASTER_BOTTOM_TASK="$unit/MasterBottomTask.fifo"
-export IPC_ERROR_HANDLER_TASK="$unit/ErrorHandlerTask.fifo"
-export IPC_LED_TASK="$unit/LedTask.fifo"
-export PRIMARY_PING_TASK_FILE_EXTENSTION=PPT
-export SECONDARY_PING_TASK_FILE_EXTENSTION=SPT
-export EMBEDDED_SERIAL_NUMBER_OVERRIDE=40321
-export PRODUCT_ID_DUSKO5=M121-DUSKO5 PRODUCT_ID=M121-DUSKO5-rev2
-mkfifo "$IPC_MASTER_BOTTOM_TASK" "$IPC_ERROR_HANDLER_TASK" "$IPC_LED_TASK"
+make_unit_environment "$unit"
 
 task_bench="$build/bench/vesk_turn_bench"
 floor="$build/bench/floor"
