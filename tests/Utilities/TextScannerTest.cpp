@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <string>
+#include <tuple>
 
 #include "Utilities/OSSLinuxFile.h"
 #include "tests/support/Sandbox.h"
@@ -24,37 +25,21 @@ public:
     int m_Reads = 0;
 };
 
-struct Outcome {
-    bool DepthRead;
-    int Depth;
-    bool StateRead;
-    UINT8 State;
-    int Error;
-};
-
-bool operator==(const Outcome& a, const Outcome& b)
-{
-    return a.DepthRead == b.DepthRead && a.Depth == b.Depth && a.StateRead == b.StateRead && a.State == b.State &&
-           a.Error == b.Error;
-}
-
-std::ostream& operator<<(std::ostream& out, const Outcome& o)
-{
-    return out << "{" << o.DepthRead << ", " << o.Depth << ", " << o.StateRead << ", " << int(o.State) << ", "
-               << o.Error << "}";
-}
+// What reading a depth and then a state gave: both results, both values,
+// the error after them.
+using Outcome = std::tuple<bool, int, bool, int, int>;
 
 // A depth and a state read the way a local bottom is read, starting from
 // the given errno and from values the reads may leave unchanged.
 template <typename Reader>
 Outcome ReadBottom(int ErrnoBefore, Reader& reader)
 {
-    Outcome outcome{false, -77, false, 77, 0};
+    int depth = -77;
+    UINT8 state = 77;
     errno = ErrnoBefore;
-    outcome.DepthRead = reader.Read(&outcome.Depth);
-    outcome.StateRead = reader.Read(&outcome.State);
-    outcome.Error = reader.GetLastError();
-    return outcome;
+    const bool depthRead = reader.Read(&depth);
+    const bool stateRead = reader.Read(&state);
+    return Outcome{depthRead, depth, stateRead, state, reader.GetLastError()};
 }
 
 // The stream reads of the file layer, under the scanner's names.
