@@ -128,7 +128,21 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
         return SUCCESS;
     }
     m_pFactory->SendEvent(3, File.GetLastError(), Where("::", "writeDB").c_str(), WhyFailed);
+    RemoveIfShorterThan(Size);
     return FAILED_TO_WRITE_FILE_CONTENTS;
+}
+
+void CDatabaseFile::RemoveIfShorterThan(size_t Size) const
+{
+    // Stores never truncate before writing, so a file that held a whole
+    // record still does after any failed store. One that is shorter now held
+    // none: it was just created (a full file system refuses the first write)
+    // or has an older layout. Left behind, every reader would take it for a
+    // record, report it and remove it, and the next store would create it
+    // empty again; gone, it reads as missing, which it was.
+    if (static_cast<size_t>(m_pFactory->GetFileSize(GetDBFilePath())) < Size) {
+        RemoveFile();
+    }
 }
 
 VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const
