@@ -59,19 +59,26 @@ VeskEventCode_T CDatabaseLocalBottomRecord::readDB()
     }
     // Each value is kept as soon as it is read, so a file cut short still
     // yields what it has.
+    // The error reported is that of the first failed read: a later read
+    // that succeeds clears the file's last error.
+    int error = SUCCESS;
     int depth = m_Depth;
     const bool depthRead = file->ReadStream(&depth);
     if (depthRead) {
         m_Depth = depth;
+    } else {
+        error = file->GetLastError();
     }
     UINT8 state = m_State;
     const bool stateRead = file->ReadStream(&state);
     if (stateRead) {
         m_State = state;
+    } else if (error == SUCCESS) {
+        error = file->GetLastError();
     }
     if (depthRead && stateRead) {
         return SUCCESS;
     }
-    m_pFactory->SendEvent(3, file->GetLastError(), Where("::", "readDB()").c_str(), "failed to read contents");
+    m_pFactory->SendEvent(3, error, Where("::", "readDB()").c_str(), "failed to read contents");
     return FAILED_TO_READ_FILE_CONTENTS;
 }
