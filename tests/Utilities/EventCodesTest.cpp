@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <regex>
+#include <set>
 #include <string>
 #include <tuple>
 
@@ -57,49 +58,36 @@ std::string Masked(const std::string& Text)
     return std::regex_replace(Text, cTime, "<time>");
 }
 
-// The texts of 0, of -1 to -12, of -99 and of -101 to -178, in that order.
-const char* const cTexts[] = {
-    "SUCCESS", "libUSB Input/output error", "libUSB Invalid parameter",
-    "libUSB Access denied (insufficient permissions)", "libUSB No such device (it may have been disconnected)",
-    "libUSB Entity not found", "libUSB Resource busy", "libUSB Operation timed out", "libUSB Overflow",
-    "libUSB Pipe error", "libUSB System call interrupted (perhaps due to signal)", "libUSB Insufficient memory",
-    "libUSB Operation not supported or unimplemented on this platform", "libUSB Other error", "OSS_FILE_FAILURE",
-    "OSS_NETWORK_FAILURE", "DOBII_FAILURE", "FILE_HANDLE_UNINITIALISED", "NO_FACTORY_PRESENT",
-    "NO_ROOT_DIR_ENVVAR_PRESENT", "DATABASE_NOT_COPIED_PATH_TOO_LONG", "PIPE_MESSAGE_TOO_LONG",
-    "FAILED_TO_SEND_ALL_DATA", "PIPE_OPEN_FAILURE", "TASK_NO_PINGS_ENABLED", "SONAR4_ERROR_NO_TX_SOCKET_CREATED",
-    "SONAR4_ERROR_BUFFER_TOO_SMALL_FOR_MESSAGE", "SONAR4_ERROR_BIND_FAILURE_SYSTEM_PORT",
-    "SONAR4_ERROR_RECIEVE_FAILURE_SYSTEM_PORT", "SONAR4_ERROR_MESSAGE_UNKNOWN", "TOO_MANY_FILES_TO_POLL",
-    "DATABASE_NOT_CREATED", "TASK_TIMED_OUT", "TOO_MANY_TASKS_TO_MONITOR", "TASK_FAILURE_DETECTED",
-    "NO_TASK_MATCHES_ACK", "PING_PARAM_FAILED_TO_OPEN_FILE ", "PING_PARAM_NO_FILES_FOUND", "ERROR_REPORT_TOO_LARGE",
-    "LOSS_OF_NETWORK_TRAFFIC", "PIPE_COMMAND_UNKNOWN", "NO_RESPONSE_FROM_TASK",
-    "SONAR4_PING_CHANGE_COMMAND_NOT_RECOGNISED", "SONAR4_DEBUG_COMMAND_NOT_RECOGNISED",
-    "SONAR4_GLOBAL_CHANGE_COMMAND_NOT_RECOGNISED", "SONAR4_XDCR_CHANGE_COMMAND_NOT_RECOGNISED",
-    "NO_ENVIRONMENT_VARIABLE_FOUND", "NETWORK_TRAFFIC_FOUND", "Shutdown task request", "Failure to download Sam3u code",
-    "Failure to download FPGA", "Failure to read the USB", "Failure to write to the USB", "File Access Denied",
-    "Failed to read File Contents", "Failed to write File Contents", "Failed to find ping",
-    "No TransducerID data available", "The code block length contained in header is 0",
-    "Failed to create pointer to file", "DOBII header checksum is wrong", "DOBII header extraction failed",
-    "DOBII checksum failed", "DOBII file checksum is wrong", "Failed to extract data from file",
-    "Failed to download dob and install it", "Failure to sychronise the USB", "USB is not waiting for any data",
-    "Mismatch in Depth Transducer Power levels", "Depth Transducer has been unplugged",
-    "Depth Transducer user selection mismatch", "Possible File corruption found in database",
-    "FPGA Timeout due to a failure to boost", "Transducer Too Hot to ping", "Power Amp Too Hot to ping",
-    "Transducer Cooled Down", "Power Amp Cooled Down", "Ambient Too Hot to ping", "Ambient Cooled Down",
-    "Temperatures have read as zero", "Battery Voltage Too High", "Battery Voltage Too Low", "Battery Voltage OK",
-    "Battery Voltage OK", "UART Poll timed out", "Thread Creation Failed", "UART Failure", "No Water Temp Available",
-    "Transducer Reconnected", "FPGA Pinging Again", "No FPGA Interface Installed", "No Fpga Data received Over SPI",
-};
 
 } // namespace
 
 TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
 {
-    VeskEventCode_T code = 1;
-    for (const char* text : cTexts) {
-        code = code == -12 ? -99 : code == -99 ? -101 : code - 1;
+    // The table's shape: exactly 0, -1 to -12, -99 and -101 to -178 have a
+    // text of their own (the others are told as not listed), and only
+    // "Battery Voltage OK" is there twice.
+    std::set<std::string> texts;
+    int listed = 0;
+    for (VeskEventCode_T code = 10; code >= -200; --code) {
+        const char* const listedText = CEventCodes::EventText(code);
+        const bool expected = code == 0 || (code <= -1 && code >= -12) || code == -99 || (code <= -101 && code >= -178);
+        EXPECT_EQ(listedText != nullptr, expected) << code;
+        if (listedText != nullptr) {
+            const std::string text = listedText;
+            ++listed;
+            EXPECT_FALSE(text.empty()) << code;
+            EXPECT_TRUE(texts.insert(text).second || text == "Battery Voltage OK") << code << " " << text;
+        }
+    }
+    EXPECT_EQ(listed, 92);
+    // A few rows that other programs and people match on, blanks included.
+    const std::pair<VeskEventCode_T, const char*> rows[] = {
+        {0, "SUCCESS"}, {-1, "libUSB Input/output error"}, {-99, "libUSB Other error"}, {-101, "OSS_FILE_FAILURE"},
+        {-123, "PING_PARAM_FAILED_TO_OPEN_FILE "}, {-135, "Shutdown task request"}, {-140, "File Access Denied"},
+        {-178, "No Fpga Data received Over SPI"}};
+    for (const auto& [code, text] : rows) {
         EXPECT_STREQ(CEventCodes::EventText(code), text) << code;
     }
-    EXPECT_EQ(code, -178);
     const std::pair<VeskEventCode_T, std::string> lines[] = {
         {0, "SUCCESS (0)"}, {-123, "PING_PARAM_FAILED_TO_OPEN_FILE  (-123)"}, {-170, "Battery Voltage OK (-170)"},
         {ENOENT, std::strerror(ENOENT) + " (2)"s}, {-13, CEventCodes::cNotListedText + " (-13)"s},
