@@ -66,13 +66,15 @@ VeskEventCode_T CDatabaseFile::CheckForFile()
     if (FileExists()) {
         return SUCCESS;
     }
-    SetDefaults();
     if (!m_FileDescription.CheckForFileWrites) {
+        ResetForMissingFile();
         return SUCCESS;
     }
+    SetDefaults();
     const VeskEventCode_T result = writeDB();
     if (result != SUCCESS) {
-        m_pFactory->SendEvent(3, result, Where(" ", "CheckForFile").c_str(), "failed to write to DB");
+        m_pFactory->SendEvent(m_FileDescription.CheckForFileFailureLevel, result,
+                              Where(" ", "CheckForFile").c_str(), m_FileDescription.CheckForFileFailureWhy);
         m_LastError = result;
     }
     return result;
@@ -112,9 +114,11 @@ std::unique_ptr<IOSSFile> CDatabaseFile::OpenForStore(VeskEventCode_T& Result) c
 
 std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result)
 {
-    Result = CheckForFile();
-    if (Result != SUCCESS) {
-        return nullptr;
+    if (m_FileDescription.LoadChecksForFile) {
+        Result = CheckForFile();
+        if (Result != SUCCESS) {
+            return nullptr;
+        }
     }
     return Open(O_RDONLY | O_NONBLOCK, 0, Result);
 }
@@ -151,8 +155,8 @@ size_t TransferAll(IOSSFile& File, uint8_t* Bytes, size_t Size, bool Write, bool
 
 } // namespace
 
-VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size,
-                                          const char* WhyFailed) const
+VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
+                                          const char* Operation) const
 {
     // The file layer only reads from a buffer handed to Write.
     bool failed;
@@ -160,8 +164,11 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
         File.Ftruncate(static_cast<int>(Size));
         return SUCCESS;
     }
-    m_pFactory->SendEvent(3, File.GetLastError(), Where("::", "writeDB").c_str(), WhyFailed);
     RemoveIfShorterThan(Size);
+    if (!m_FileDescription.ReportsStoreFailures) {
+        return SUCCESS;
+    }
+    m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     return FAILED_TO_WRITE_FILE_CONTENTS;
 }
 
@@ -198,13 +205,16 @@ void CDatabaseFile::RemoveIfShorterThan(size_t Size) const
 
 uint32_t CDatabaseFile::GetUnitSerialNumber()
 {
-    if (m_SerialNumber != 0) {
-        return m_SerialNumber;
-    }
-    if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
-        m_SerialNumber = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
-    } else {
-        m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
+    if (m_SerialNumber == 0) {
+        m_SerialNumber = LookUpUnitSerialNumber(m_pFactory);
     }
     return m_SerialNumber;
+}
+
+uint32_t CDatabaseFile::LookUpUnitSerialNumber(IOSSFactory* pFactory)
+{
+    if (const char* text = pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
+        return static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+    }
+    return CSerialNumberInfo().GetSerialNumber();
 }

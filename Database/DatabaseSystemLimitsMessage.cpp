@@ -12,7 +12,7 @@ const uint8_t cDefaultPayload[] = {0x01, 0x00, 0x20, 0x03, 0x01, 0x00, 0xF4, 0x0
 // 3048 m, the deepest bottom the unit reports unless the deployment says otherwise.
 constexpr uint32_t cDefaultMaxAllowedDepthCm = 304800;
 
-void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet)
+void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet, uint32_t)
 {
     uint32_t depth = cDefaultMaxAllowedDepthCm;
     if (const char* text = pFactory->GetEnv("MAX_ALLOWED_DEPTH_IN_CM")) {
@@ -21,13 +21,13 @@ void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet)
     LittleEndian::Write<uint32_t>(Packet + Sonar4SystemLimitsPacket::cMaxAllowedDepthOffset, depth);
 }
 
-const DatabaseRecordDescription_T cDescription = {
+} // namespace
+
+const DatabaseRecordDescription_T CDatabaseSystemLimitsMessage::cDescription = {
     {"CDatabaseSystemLimitsMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory && \"no Factory specified\""},
     {"Sonar4SystemLimitsPacket", "m_SystemLimits", "systemLimits", "Message_Id_Sonar4_System_Settings_Limits"},
     "SystemLimits.bin", Message_Id_Sonar4_System_Settings_Limits, UNIT_CHECK_VERSION_AND_SERIAL,
     cDefaultPayload, sizeof(cDefaultPayload), &SetMaxAllowedDepth};
-
-} // namespace
 
 CDatabaseSystemLimitsMessage::CDatabaseSystemLimitsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <regex>
 #include <set>
 #include <string>
@@ -58,36 +59,69 @@ std::string Masked(const std::string& Text)
     return std::regex_replace(Text, cTime, "<time>");
 }
 
-
 } // namespace
+
+TEST(EventTableTest, EveryCodeHasOneRowThatLookupsFind)
+{
+    std::set<VeskEventCode_T> codes;
+    for (const EventCodeRow_T& row : CEventCodes::Events()) {
+        EXPECT_TRUE(codes.insert(row.Code).second) << "two rows for " << row.Code;
+        EXPECT_EQ(CEventCodes::FindEvent(row.Code), &row) << row.Code;
+        ASSERT_NE(row.Text, nullptr);
+        EXPECT_NE(row.Text[0], '\0') << row.Code;
+    }
+    EXPECT_EQ(codes.size(), 92u);
+    // Listed: 0, -1 to -12, -99, -101 to -178; nothing else.
+    for (VeskEventCode_T code : {1, -13, -98, -100, -179}) {
+        EXPECT_EQ(CEventCodes::FindEvent(code), nullptr) << code;
+    }
+    for (VeskEventCode_T code : {0, -12, -99, -101, -134, -135, -178}) {
+        EXPECT_NE(CEventCodes::FindEvent(code), nullptr) << code;
+    }
+    const std::pair<VeskEventCode_T, const char*> chosen[] = {
+        {0, "SUCCESS"}, {-99, "libUSB Other error"}, {-123, "PING_PARAM_FAILED_TO_OPEN_FILE "},
+        {-141, "Failed to read File Contents"}, {-178, "No Fpga Data received Over SPI"}};
+    for (const auto& [code, text] : chosen) {
+        EXPECT_STREQ(CEventCodes::EventText(code), text) << code;
+    }
+}
+
+TEST(EventTableTest, EachLedPatternHasOneSettingCodeAndTheCodeThatClearsItClearsTheSameStatusBit)
+{
+    std::map<LedErrorPattern_T, const EventCodeRow_T*> setting;
+    std::set<std::uint32_t> bits;
+    for (const EventCodeRow_T& row : CEventCodes::Events()) {
+        // An event with a lasting condition has both effects, others neither.
+        EXPECT_EQ(row.Led == LED_NONE, row.Status == STATUS_NONE) << row.Code;
+        if (row.Led == LED_SET) {
+            EXPECT_TRUE(setting.emplace(row.LedPattern, &row).second) << row.Code;
+            EXPECT_EQ(row.StatusMask & (row.StatusMask - 1), 0u) << row.Code << " sets one bit";
+            EXPECT_TRUE(bits.insert(row.StatusMask).second) << row.Code;
+        }
+    }
+    EXPECT_EQ(setting.size(), 9u);
+    EXPECT_EQ(bits.size(), 9u);
+    int clearing = 0;
+    for (const EventCodeRow_T& row : CEventCodes::Events()) {
+        if (row.Led == LED_CLEAR) {
+            ++clearing;
+            ASSERT_EQ(setting.count(row.LedPattern), 1u) << row.Code;
+            const EventCodeRow_T& set = *setting[row.LedPattern];
+            EXPECT_EQ(set.Status, STATUS_OR) << set.Code;
+            EXPECT_EQ(row.Status, STATUS_AND) << row.Code;
+            EXPECT_EQ(row.StatusMask, ~set.StatusMask) << row.Code;
+        }
+    }
+    // File corruption (pattern 4) is never cleared, and its status mask is
+    // ANDed in: it keeps bit 3 and wipes the others.
+    EXPECT_EQ(clearing, 8);
+    EXPECT_EQ(setting[4]->Code, -158);
+    EXPECT_EQ(setting[4]->Status, STATUS_AND);
+    EXPECT_EQ(setting[4]->StatusMask, 0x8u);
+}
 
 TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
 {
-    // The table's shape: exactly 0, -1 to -12, -99 and -101 to -178 have a
-    // text of their own (the others are told as not listed), and only
-    // "Battery Voltage OK" is there twice.
-    std::set<std::string> texts;
-    int listed = 0;
-    for (VeskEventCode_T code = 10; code >= -200; --code) {
-        const char* const listedText = CEventCodes::EventText(code);
-        const bool expected = code == 0 || (code <= -1 && code >= -12) || code == -99 || (code <= -101 && code >= -178);
-        EXPECT_EQ(listedText != nullptr, expected) << code;
-        if (listedText != nullptr) {
-            const std::string text = listedText;
-            ++listed;
-            EXPECT_FALSE(text.empty()) << code;
-            EXPECT_TRUE(texts.insert(text).second || text == "Battery Voltage OK") << code << " " << text;
-        }
-    }
-    EXPECT_EQ(listed, 92);
-    // A few rows that other programs and people match on, blanks included.
-    const std::pair<VeskEventCode_T, const char*> rows[] = {
-        {0, "SUCCESS"}, {-1, "libUSB Input/output error"}, {-99, "libUSB Other error"}, {-101, "OSS_FILE_FAILURE"},
-        {-123, "PING_PARAM_FAILED_TO_OPEN_FILE "}, {-135, "Shutdown task request"}, {-140, "File Access Denied"},
-        {-178, "No Fpga Data received Over SPI"}};
-    for (const auto& [code, text] : rows) {
-        EXPECT_STREQ(CEventCodes::EventText(code), text) << code;
-    }
     const std::pair<VeskEventCode_T, std::string> lines[] = {
         {0, "SUCCESS (0)"}, {-123, "PING_PARAM_FAILED_TO_OPEN_FILE  (-123)"}, {-170, "Battery Voltage OK (-170)"},
         {ENOENT, std::strerror(ENOENT) + " (2)"s}, {-13, CEventCodes::cNotListedText + " (-13)"s},
@@ -126,9 +160,7 @@ TEST_F(EventCodesTest, EventsSetAndClearTheirLedPatternAndStatusBitsEvenWhenRefu
 {
     // Code, 'S' (set) or 'C' (clear) or 0 (no effect), LED pattern, status word before and after.
     const std::tuple<VeskEventCode_T, char, int, std::uint32_t, std::uint32_t> rows[] = {
-        {-126, 'S', 1, 0, 0x1}, {-134, 'C', 1, ~0u, ~0x1u}, {-156, 'S', 2, 0, 0x2}, {-175, 'C', 2, ~0u, ~0x2u},
-        {-159, 'S', 3, 0, 0x4}, {-176, 'C', 3, ~0u, ~0x4u}, {-160, 'S', 5, 0, 0x10}, {-162, 'C', 5, ~0u, ~0x10u},
-        {-161, 'S', 6, 0, 0x20}, {-163, 'C', 6, ~0u, ~0x20u}, {-164, 'S', 7, 0, 0x40}, {-165, 'C', 7, ~0u, ~0x40u},
+        {-126, 'S', 1, 0, 0x1}, {-134, 'C', 1, ~0u, ~0x1u}, {-164, 'S', 7, 0, 0x40}, {-165, 'C', 7, ~0u, ~0x40u},
         // File corruption keeps bit 3 as it was and wipes every other bit.
         {-158, 'S', 4, 0x1F7, 0x0}, {-158, 'S', 4, 0xF, 0x8},
         // Same text, different conditions.
