@@ -6,6 +6,8 @@
 #
 #   tools/fuzz.sh SECONDS [RUNS]
 #
+# VESK_FUZZ_TARGETS="A B" runs only those targets.
+#
 # Needs a clang build with -DVESK_FUZZERS=ON in $VESK_FUZZ_BUILD (default
 # build/sanitize, as tools/test.sh makes it), and root for the targets that
 # need a network namespace of their own with a 10. interface.
@@ -24,6 +26,9 @@ export TMPDIR=/dev/shm
 status=0
 for binary in "$build"/fuzz/*Fuzzer; do
     name=$(basename "$binary" Fuzzer)
+    if [ -n "${VESK_FUZZ_TARGETS:-}" ] && [[ " $VESK_FUZZ_TARGETS " != *" $name "* ]]; then
+        continue
+    fi
     mkdir -p "$work/$name"
     log=$work/$name.log
     max_len=()
@@ -31,7 +36,7 @@ for binary in "$build"/fuzz/*Fuzzer; do
     command=("$binary" -runs="$runs" -max_total_time="$seconds" -print_final_stats=1 "${max_len[@]}"
              -artifact_prefix="$work/$name-" "$work/$name" "$top/fuzz/corpus/$name")
     case $name in
-        ServiceInfo|Sonar4Decode|TaskLoop)
+        ServiceInfo|Sonar4Decode|RecordMessage|RecordFile|TaskLoop)
             unshare -n sh -c "$netns_setup && exec \"\$@\"" sh "${command[@]}" >"$log" 2>&1 || true ;;
         *)
             "${command[@]}" >"$log" 2>&1 || true ;;
