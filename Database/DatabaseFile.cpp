@@ -198,7 +198,9 @@ void CDatabaseFile::RemoveIfShorterThan(size_t Size) const
     // or has an older layout. Left behind, every reader would take it for a
     // record, report it and remove it, and the next store would create it
     // empty again; gone, it reads as missing, which it was.
-    if (static_cast<size_t>(m_pFactory->GetFileSize(GetDBFilePath())) < Size) {
+    // Only a regular file: a link or a device in its place is someone's
+    // deliberate doing, and the records never took it for theirs.
+    if (FileExists() && static_cast<size_t>(m_pFactory->GetFileSize(GetDBFilePath())) < Size) {
         RemoveFile();
     }
 }
