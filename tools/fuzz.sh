@@ -43,7 +43,8 @@ for binary in "$build"/fuzz/*Fuzzer; do
     esac
     execs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     coverage=$(grep -oE 'cov: [0-9]+ ft: [0-9]+' "$log" | tail -1)
-    findings=$(ls "$work/$name"-crash-* "$work/$name"-leak-* "$work/$name"-timeout-* "$work/$name"-oom-* 2>/dev/null | wc -l)
+    findings=$(find "$work" -maxdepth 1 \( -name "$name-crash-*" -o -name "$name-leak-*" -o -name "$name-timeout-*" \
+        -o -name "$name-oom-*" \) | wc -l)
     printf '%-18s execs %10s  %-22s findings %s\n' "$name" "${execs:-?}" "$coverage" "$findings"
     [ "$findings" -eq 0 ] && [ -n "$execs" ] || status=1
 done
