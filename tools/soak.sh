@@ -34,14 +34,11 @@ if [ -z "${VESK_SOAK_NETNS:-}" ]; then
     exec unshare -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"
 fi
 
-ip link set lo up
-ip link add eth0 type veth peer name eth0-peer
-ip addr add 10.0.0.2/24 dev eth0
-ip link set eth0 up
-ip link set eth0-peer up
+source "$top/tools/unit-env.sh"
+unit_network
 
 unit=$(mktemp -d /tmp/vesk-soak-XXXXXX)
-mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid}
+unit_environment "$unit"
 # Small enough to fill in an instant, large enough for every record.
 mount -t tmpfs -o size=256k tmpfs "$unit/nonpersisted"
 cleanup() {
@@ -50,28 +47,8 @@ cleanup() {
 }
 trap cleanup EXIT
 
-export NONPERSISTED_DATABASE_ROOT="$unit/nonpersisted"
-export DATABASE_DIR_SYSTEM_DATA="$unit/systemdata"
-export DATABASE_DIR_PING_PARAMETERS="$unit/pingparameters"
-export ROOT_DIR="$unit/root"
-export PID_LOCATION="$unit/pid"
-export IPC_MASTER_BOTTOM_TASK="$unit/MasterBottomTask.fifo"
-export IPC_ERROR_HANDLER_TASK="$unit/ErrorHandlerTask.fifo"
-export IPC_LED_TASK="$unit/LedTask.fifo"
-export PRIMARY_PING_TASK_FILE_EXTENSTION=PPT
-export SECONDARY_PING_TASK_FILE_EXTENSTION=SPT
-export EMBEDDED_SERIAL_NUMBER_OVERRIDE=40321
-models=(ORVA1 ORVA2 ORVA3 ORVA4 ORVA5 ORVA6 ORVA7 ORVA8 ORVA9 ORVA10 ORVA11
-        BELTA BELTA2 CIRNA1 CIRNA2 CIRNA3 CIRNA4 DUSKO1 DUSKO2 DUSKO3 DUSKO4 DUSKO5)
-number=100
-for model in "${models[@]}"; do
-    export "PRODUCT_ID_$model=M${number}-$model"
-    number=$((number + 1))
-done
-export PRODUCT_ID="${PRODUCT_ID_DUSKO5}-rev2"
-mkfifo "$IPC_MASTER_BOTTOM_TASK" "$IPC_ERROR_HANDLER_TASK" "$IPC_LED_TASK"
-
-exec python3 - "$minutes" "$build" "$unit" <<'PY'
+# Not exec'd: the trap above cleans up after it.
+python3 - "$minutes" "$build" "$unit" <<'PY'
 import collections, errno, fcntl, os, random, re, signal, socket, struct, subprocess, sys, threading, time
 
 minutes, build, unit = float(sys.argv[1]), sys.argv[2], sys.argv[3]
@@ -145,9 +122,14 @@ def alive():
         return False
 
 def resources():
-    fds = len(os.listdir("/proc/%d/fd" % pid))
+    # The fewest descriptors seen over a second: a turn holds a record file
+    # open for a moment, a leak holds it for good.
+    fds = []
+    for _ in range(50):
+        fds.append(len(os.listdir("/proc/%d/fd" % pid)))
+        time.sleep(0.02)
     rss = int(re.search(r"VmRSS:\s+(\d+)", open("/proc/%d/status" % pid).read()).group(1))
-    return fds, rss
+    return min(fds), rss
 
 # Turns (polls of the command pipe) and datagrams sent, counted by strace
 # attached to the task for the whole run, where strace is there.
