@@ -99,6 +99,31 @@ std::vector<uint8_t> WithMessageId(const uint8_t* Data, size_t Size, uint32_t Id
     return bytes;
 }
 
+namespace {
+
+struct OwnedMessages {
+    Sonar4MessageMap_T Map;
+    ~OwnedMessages() { DeleteSonar4Messages(Map); }
+};
+
+} // namespace
+
+const std::vector<FuzzedRecord>& SharedRecords()
+{
+    static OwnedMessages messages;
+    static const std::vector<FuzzedRecord> records = [] {
+        MakeSonar4Messages(Factory(), messages.Map);
+        std::vector<FuzzedRecord> chosen;
+        for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
+            if (row.Record.Kind == RECORD_SHARED) {
+                chosen.push_back({&row, messages.Map.find(row.Id)->second});
+            }
+        }
+        return chosen;
+    }();
+    return records;
+}
+
 void Require(bool Holds, const char* What)
 {
     if (!Holds) {

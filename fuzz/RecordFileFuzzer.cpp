@@ -27,34 +27,7 @@ namespace {
 
 constexpr uint32_t cUnitSerialNumber = 1234;  // the fuzz unit's override
 
-struct FuzzedRecord {
-    const Sonar4MessageRow_T* Row;
-    ISonar4Message* Message;
-};
-
-// Released at exit, so that leak checking stays meaningful.
-struct OwnedMessages {
-    Sonar4MessageMap_T Map;
-    ~OwnedMessages() { DeleteSonar4Messages(Map); }
-};
-
-// The first object of every row whose record follows the shared record
-// rules, made once as the codec makes them.
-const std::vector<FuzzedRecord>& Records()
-{
-    static OwnedMessages messages;
-    static const std::vector<FuzzedRecord> records = [] {
-        MakeSonar4Messages(FuzzUnit::Factory(), messages.Map);
-        std::vector<FuzzedRecord> chosen;
-        for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
-            if (row.Record.Kind == RECORD_SHARED) {
-                chosen.push_back({&row, messages.Map.find(row.Id)->second});
-            }
-        }
-        return chosen;
-    }();
-    return records;
-}
+using FuzzUnit::FuzzedRecord;
 
 // The record's packet as the message hands it out (it reads the file).
 VeskEventCode_T Build(ISonar4Message& Message, std::string& Packet)
@@ -76,7 +49,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 {
-    const std::vector<FuzzedRecord>& records = Records();
+    const std::vector<FuzzedRecord>& records = FuzzUnit::SharedRecords();
     if (Size == 0) {
         return 0;
     }
