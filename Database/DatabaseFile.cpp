@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 #include "Database/SerialNumberInfo.h"
@@ -122,15 +123,48 @@ std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result)
     return Open(O_RDONLY | O_NONBLOCK, 0, Result);
 }
 
+namespace {
+
+// Moves Size bytes with as many Read or Write calls as it takes: a regular
+// file may move fewer bytes than asked (a signal, a file system near full)
+// and still take the rest. An interrupted call is tried again; any other
+// failure, or a call that moves nothing (the end of the file), stops it.
+// The count moved; Failed tells a failure from an early end.
+size_t TransferAll(IOSSFile& File, uint8_t* Bytes, size_t Size, bool Write, bool& Failed)
+{
+    constexpr int cMaxInterruptions = 8;
+    size_t moved = 0;
+    int interruptions = 0;
+    Failed = false;
+    while (moved < Size) {
+        Buffer_Bytes_T part(Bytes + moved, Size - moved);
+        if (!(Write ? File.Write(&part) : File.Read(&part))) {
+            if (File.GetLastError() == EINTR && ++interruptions < cMaxInterruptions) {
+                continue;
+            }
+            Failed = true;
+            break;
+        }
+        if (part.size() == 0) {
+            break;
+        }
+        moved += part.size();
+    }
+    return moved;
+}
+
+} // namespace
+
 VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
                                           const char* Operation) const
 {
     // The file layer only reads from a buffer handed to Write.
-    const Buffer_Bytes_T buffer(const_cast<uint8_t*>(Bytes), Size);
-    if (File.Write(&buffer) && buffer.size() == Size) {
+    bool failed;
+    if (TransferAll(File, const_cast<uint8_t*>(Bytes), Size, true, failed) == Size) {
         File.Ftruncate(static_cast<int>(Size));
         return SUCCESS;
     }
+    RemoveIfShorterThan(Size);
     if (!m_FileDescription.ReportsStoreFailures) {
         return SUCCESS;
     }
@@ -140,19 +174,35 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
 
 VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const
 {
-    Buffer_Bytes_T buffer(Bytes, Size);
-    if (File.Read(&buffer) && buffer.size() == Size) {
+    bool failed;
+    if (TransferAll(File, Bytes, Size, false, failed) == Size) {
         return SUCCESS;
     }
     const std::string where = Where("::", "readDB");
     m_pFactory->SendEvent(3, File.GetLastError(), where.c_str(), WhyFailed);
-    if (buffer.size() != Size) {
-        // A short file is what a record of an older, smaller layout leaves
-        // behind: drop it so that the next load starts afresh.
+    if (!failed) {
+        // The file ended early: a short file is what a record of an older,
+        // smaller layout leaves behind. Drop it so that the next load starts
+        // afresh. A read that failed says nothing about the file.
         m_pFactory->SendEvent(3, File.GetLastError(), where.c_str(), "Removing File Possible Old Version Of Sonar 4 ");
         RemoveFile();
     }
     return FAILED_TO_READ_FILE_CONTENTS;
+}
+
+void CDatabaseFile::RemoveIfShorterThan(size_t Size) const
+{
+    // Stores never truncate before writing, so a file that held a whole
+    // record still does after any failed store. One that is shorter now held
+    // none: it was just created (a full file system refuses the first write)
+    // or has an older layout. Left behind, every reader would take it for a
+    // record, report it and remove it, and the next store would create it
+    // empty again; gone, it reads as missing, which it was.
+    // Only a regular file: a link or a device in its place is someone's
+    // deliberate doing, and the records never took it for theirs.
+    if (FileExists() && static_cast<size_t>(m_pFactory->GetFileSize(GetDBFilePath())) < Size) {
+        RemoveFile();
+    }
 }
 
 uint32_t CDatabaseFile::GetUnitSerialNumber()

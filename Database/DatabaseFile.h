@@ -98,14 +98,20 @@ protected:
     // Opened for a load, after CheckForFile has recreated a missing file.
     std::unique_ptr<IOSSFile> OpenForLoad(VeskEventCode_T& Result);
 
-    // Writes the Size bytes and cuts the file after them (it may have been
-    // longer). A failed or short write is reported at "<class>::Operation"
-    // with WhyFailed: -142 (SUCCESS for records that ignore failed stores).
+    // Writes the Size bytes in place and cuts the file after them (it may
+    // have been longer) only once they are all written. A failed or short
+    // write is reported at "<class>::Operation" with WhyFailed: -142
+    // (SUCCESS for records that ignore failed stores); it never leaves the
+    // file shorter than it was.
     VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
                                const char* Operation = "writeDB") const;
     // Reads exactly Size bytes. A failed read is reported with WhyFailed;
     // a short file is also reported and removed: -141.
     VeskEventCode_T LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const;
+
+    // After a failed store: removes the file when it is shorter than Size
+    // (it held no record before the store either).
+    void RemoveIfShorterThan(size_t Size) const;
 
     // Keeps a failure of construction-time work as the last error.
     void SetLastError(VeskEventCode_T Error) { m_LastError = Error; }

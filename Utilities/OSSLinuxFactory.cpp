@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <string>
 
 #include "Utilities/EventCodes.h"
 #include "Utilities/OSSLinuxFile.h"
@@ -27,19 +28,60 @@ namespace {
 // shell that cannot be started is a failure; the command's own exit status
 // is not examined (callers check the result on disk where it matters).
 template <size_t Size>
-VeskEventCode_T RunShellCommand(std::initializer_list<const char*> Parts)
+VeskEventCode_T RunShellCommand(std::initializer_list<std::string> Parts)
 {
     char command[Size] = {};
     size_t length = 0;
-    for (const char* part : Parts) {
-        const size_t partLength = std::strlen(part);
-        if (partLength >= Size - length) {
+    for (const std::string& part : Parts) {
+        if (part.size() >= Size - length) {
             return OSS_FILE_FAILURE;
         }
-        std::memcpy(command + length, part, partLength);
-        length += partLength;
+        std::memcpy(command + length, part.data(), part.size());
+        length += part.size();
     }
     return std::system(command) < 0 ? OSS_FILE_FAILURE : SUCCESS;
+}
+
+// Text as part of one single-quoted shell word: nothing inside single quotes
+// is special but the quote itself, which is closed, escaped and reopened.
+std::string SingleQuoted(const std::string& Text)
+{
+    std::string word = "'";
+    for (const char c : Text) {
+        word += (c == '\'') ? std::string("'\\''") : std::string(1, c);
+    }
+    return word + "'";
+}
+
+// A path as exactly one shell word, whatever characters it holds (blanks,
+// quotes, '$', ';', newlines). A path that starts with '-' is written as
+// "./-...": it names the same file, and no command takes it for an option.
+// That works for every command alike and leaves the command text itself
+// unchanged, which "--" would not.
+std::string PathWord(const char* Path)
+{
+    return SingleQuoted(Path[0] == '-' ? std::string("./") + Path : std::string(Path));
+}
+
+// A file name that may be a shell pattern: quoted like a path, except that
+// the pattern characters stay outside the quotes so that they still match.
+std::string PatternWord(const char* Name)
+{
+    static const char* const cPatternCharacters = "*?[]";
+    std::string word;
+    std::string literal;
+    for (const char* p = Name; *p != 0; ++p) {
+        if (std::strchr(cPatternCharacters, *p) != nullptr) {
+            if (!literal.empty()) {
+                word += SingleQuoted(literal);
+                literal.clear();
+            }
+            word += *p;
+        } else {
+            literal += *p;
+        }
+    }
+    return literal.empty() && !word.empty() ? word : word + SingleQuoted(literal);
 }
 
 constexpr size_t cShortCommand = 256;
@@ -131,34 +173,34 @@ VeskEventCode_T COSSLinuxFactory::Makedir(const char* Name, mode_t mode)
 VeskEventCode_T COSSLinuxFactory::RemoveDirs(const char* Name, bool recursive)
 {
     VESK_ASSERT(Name);
-    return RunShellCommand<cShortCommand>({recursive ? "rm -rf " : "rmdir ", Name});
+    return RunShellCommand<cShortCommand>({recursive ? "rm -rf " : "rmdir ", PathWord(Name)});
 }
 
 VeskEventCode_T COSSLinuxFactory::CopyDirs(const char* From, const char* To)
 {
     VESK_ASSERT(From);
     VESK_ASSERT(To);
-    return RunShellCommand<cShortCommand>({"cp -rp ", From, "/* ", To});
+    return RunShellCommand<cShortCommand>({"cp -rp ", PathWord(From), "/* ", PathWord(To)});
 }
 
 VeskEventCode_T COSSLinuxFactory::CreateFullPath(const char* FullPath)
 {
     VESK_ASSERT(FullPath);
-    return RunShellCommand<cShortCommand>({"mkdir -p ", FullPath});
+    return RunShellCommand<cShortCommand>({"mkdir -p ", PathWord(FullPath)});
 }
 
 VeskEventCode_T COSSLinuxFactory::CopyFile(const char* From, const char* To, BackGroundCopy_T Background)
 {
     VESK_ASSERT(From);
     VESK_ASSERT(To);
-    return RunShellCommand<cLongCommand>({"cp -f ", From, " ", To, Background == 0 ? " &" : ""});
+    return RunShellCommand<cLongCommand>({"cp -f ", PathWord(From), " ", PathWord(To), Background == 0 ? " &" : ""});
 }
 
 VeskEventCode_T COSSLinuxFactory::MoveFile(const char* From, const char* To)
 {
     VESK_ASSERT(From);
     VESK_ASSERT(To);
-    return RunShellCommand<cLongCommand>({"mv -f ", From, " ", To});
+    return RunShellCommand<cLongCommand>({"mv -f ", PathWord(From), " ", PathWord(To)});
 }
 
 bool COSSLinuxFactory::CheckForFile(const char* FullPath, const char* FileName)
@@ -213,14 +255,14 @@ VeskEventCode_T COSSLinuxFactory::CreateSoftLink(const char* Target, const char*
 {
     VESK_ASSERT(Target);
     VESK_ASSERT(Link);
-    return RunShellCommand<cLongCommand>({"ln -s ", Target, " ", Link});
+    return RunShellCommand<cLongCommand>({"ln -s ", PathWord(Target), " ", PathWord(Link)});
 }
 
 VeskEventCode_T COSSLinuxFactory::RemoveFiles(const char* Path, const char* Name)
 {
     VESK_ASSERT(Name);
     VESK_ASSERT(Path);
-    return RunShellCommand<cShortCommand>({"rm -rf ", Path, "/", Name});
+    return RunShellCommand<cShortCommand>({"rm -rf ", PathWord(Path), "/", PatternWord(Name)});
 }
 
 VeskEventCode_T COSSLinuxFactory::Sync()

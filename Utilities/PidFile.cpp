@@ -117,12 +117,17 @@ bool CPidFile::WaitForPidFile(int pid)
     const std::string fileName = PidFileName(pid);
 
     for (unsigned check = 0; check < cWaitChecks; ++check) {
-        sleep(cWaitIntervalSeconds);
+        Sleep(cWaitIntervalSeconds);
         if (m_pFactory->CheckForFile(directory, fileName.c_str())) {
             return true;
         }
     }
     return false;
+}
+
+void CPidFile::Sleep(unsigned Seconds)
+{
+    sleep(Seconds);
 }
 
 const char* CPidFile::PidFilePath(int pid) const

@@ -18,6 +18,7 @@ public:
     // is taken from the factory now, so set it on the factory first.
     CPidFile(IOSSFactory* pFactory, const char* CommandPipe);
 
+    virtual ~CPidFile() = default;
     CPidFile(const CPidFile&) = delete;
     CPidFile& operator=(const CPidFile&) = delete;
 
@@ -34,6 +35,11 @@ public:
     // PID_LOCATION + "/" + pid + ".txt". Valid until the next call. Aborts
     // when PID_LOCATION is unset.
     const char* PidFilePath(int pid) const;
+
+protected:
+    // The pause between two checks of WaitForPidFile: sleep(3). Tests put a
+    // clock of their own here.
+    virtual void Sleep(unsigned Seconds);
 
 private:
     static std::string PidFileName(int pid);

@@ -23,12 +23,18 @@ bool IsDigit(int Character)
 int CTextScanner::Peek()
 {
     if (m_Next == m_Size && !m_AtEnd) {
-        Buffer_Bytes_T buffer(m_Text, sizeof(m_Text));
-        // A failed read ends the text; its errno is what every later scan
+        // An interrupted read is tried again, as the stream would. Any other
+        // failed read ends the text; its error is what every later scan
         // reports, as the stream's reads do.
-        if (!m_File.Read(&buffer)) {
-            m_ReadError = errno;
-            buffer.size(0);
+        constexpr int cMaxInterruptions = 8;
+        Buffer_Bytes_T buffer(m_Text, sizeof(m_Text));
+        for (int interruptions = 1; !m_File.Read(&buffer); ++interruptions) {
+            buffer.size(sizeof(m_Text));
+            if (m_File.GetLastError() != EINTR || interruptions == cMaxInterruptions) {
+                m_ReadError = m_File.GetLastError();
+                buffer.size(0);
+                break;
+            }
         }
         m_Size = buffer.size();
         m_Next = 0;

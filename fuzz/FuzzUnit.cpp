@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "Utilities/LittleEndian.h"
 #include "tests/support/Sandbox.h"
@@ -13,6 +15,26 @@ namespace {
 class CQuietFactory : public COSSLinuxFactory {
 public:
     VeskEventCode_T SendEvent(int, VeskEventCode_T, const char*, const char*) override { return SUCCESS; }
+    // Rejected files and PID files are removed, and the PID directory made,
+    // by the thousand: through the shell that would cost a process each and
+    // slow the fuzzers a hundredfold. Only single files and plain paths are
+    // named here; the shell commands have tests of their own.
+    VeskEventCode_T RemoveFiles(const char* Path, const char* Name) override
+    {
+        std::remove((std::string(Path) + "/" + Name).c_str());
+        return SUCCESS;
+    }
+    VeskEventCode_T RemoveDirs(const char* Name, bool) override
+    {
+        std::remove(Name);
+        return SUCCESS;
+    }
+    VeskEventCode_T CreateFullPath(const char* FullPath) override
+    {
+        std::error_code ignored;
+        std::filesystem::create_directories(FullPath, ignored);
+        return SUCCESS;
+    }
 };
 
 // Destroyed at exit, which removes the directory.
@@ -75,6 +97,31 @@ std::vector<uint8_t> WithMessageId(const uint8_t* Data, size_t Size, uint32_t Id
         LittleEndian::Write<uint32_t>(bytes.data(), Id);
     }
     return bytes;
+}
+
+namespace {
+
+struct OwnedMessages {
+    Sonar4MessageMap_T Map;
+    ~OwnedMessages() { DeleteSonar4Messages(Map); }
+};
+
+} // namespace
+
+const std::vector<FuzzedRecord>& SharedRecords()
+{
+    static OwnedMessages messages;
+    static const std::vector<FuzzedRecord> records = [] {
+        MakeSonar4Messages(Factory(), messages.Map);
+        std::vector<FuzzedRecord> chosen;
+        for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
+            if (row.Record.Kind == RECORD_SHARED) {
+                chosen.push_back({&row, messages.Map.find(row.Id)->second});
+            }
+        }
+        return chosen;
+    }();
+    return records;
 }
 
 void Require(bool Holds, const char* What)

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Sonar4/Sonar4MessageTable.h"
 #include "Utilities/OSSLinuxFactory.h"
 
 // The unit a fuzzer's records live in: a temporary directory holding the
@@ -32,6 +33,18 @@ void WriteFile(const std::string& Path, const void* Data, size_t Size);
 // a packet of another id handed to a record is the caller's error, a
 // deliberate stop, and not worth the fuzzer's time.
 std::vector<uint8_t> WithMessageId(const uint8_t* Data, size_t Size, uint32_t Id);
+
+// One message of the codec's message table and its row.
+struct FuzzedRecord {
+    const Sonar4MessageRow_T* Row;
+    ISonar4Message* Message;
+};
+
+// The first object of every row whose record follows the shared record
+// rules, made once as the codec makes them (the unit info record takes the
+// service info address: run in a network namespace with a 10. interface)
+// and released at exit, so that leak checking stays meaningful.
+const std::vector<FuzzedRecord>& SharedRecords();
 
 // Ends the run as a crash when a property the product promises is broken.
 void Require(bool Holds, const char* What);

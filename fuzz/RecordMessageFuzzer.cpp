@@ -20,33 +20,7 @@
 
 namespace {
 
-struct FuzzedRecord {
-    const Sonar4MessageRow_T* Row;
-    ISonar4Message* Message;
-};
-
-// Released at exit, so that leak checking stays meaningful.
-struct OwnedMessages {
-    Sonar4MessageMap_T Map;
-    ~OwnedMessages() { DeleteSonar4Messages(Map); }
-};
-
-// The first object of every shared record row, made once as the codec makes them.
-const std::vector<FuzzedRecord>& Records()
-{
-    static OwnedMessages messages;
-    static const std::vector<FuzzedRecord> records = [] {
-        MakeSonar4Messages(FuzzUnit::Factory(), messages.Map);
-        std::vector<FuzzedRecord> chosen;
-        for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
-            if (row.Record.Kind == RECORD_SHARED) {
-                chosen.push_back({&row, messages.Map.find(row.Id)->second});
-            }
-        }
-        return chosen;
-    }();
-    return records;
-}
+using FuzzUnit::FuzzedRecord;
 
 std::vector<uint8_t> Build(ISonar4Message& Message)
 {
@@ -97,7 +71,7 @@ void Decode(const FuzzedRecord& Record, const uint8_t* Data, size_t Size)
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     FuzzUnit::Prepare();
-    Records();
+    FuzzUnit::SharedRecords();
     return 0;
 }
 
@@ -106,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
     if (Size == 0) {
         return 0;
     }
-    const std::vector<FuzzedRecord>& records = Records();
+    const std::vector<FuzzedRecord>& records = FuzzUnit::SharedRecords();
     Decode(records[Data[0] % records.size()], Data + 1, Size - 1);
     return 0;
 }

@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <cstring>
+#include <string>
 
 #include "Sonar4/Sonar4.h"
 #include "Utilities/CommandPipeDecoder.h"
@@ -41,10 +43,23 @@ MasterBottomTask::MasterBottomTask(IOSSFactory* pFactory)
     // From here on events and acknowledgements carry this task's name.
     m_pFactory->SetName(m_TaskName);
 
-    m_pMasterBottomTaskCommandPipe.reset(
-        m_pFactory->CreatePipe(m_pFactory->GetEnv(m_CommandPipeVariable), O_RDWR | O_NONBLOCK));
+    const char* const commandPipePath = m_pFactory->GetEnv(m_CommandPipeVariable);
+    m_pMasterBottomTaskCommandPipe.reset(m_pFactory->CreatePipe(commandPipePath, O_RDWR | O_NONBLOCK));
     VESK_ASSERT(m_pMasterBottomTaskCommandPipe);
-    KeepFirstFailure(m_pMasterBottomTaskCommandPipe->GetLastError());
+    VeskEventCode_T pipeStatus = m_pMasterBottomTaskCommandPipe->GetLastError();
+    // Anything but a FIFO at the path (a regular file left by a writer that
+    // came before the FIFO, say) always polls readable: the loop would spin
+    // and never see "Shutdown". It is refused like a missing pipe.
+    struct stat pipeKind {};
+    if (pipeStatus == SUCCESS &&
+        (fstat(m_pMasterBottomTaskCommandPipe->GetFileDescriptor(), &pipeKind) != 0 || !S_ISFIFO(pipeKind.st_mode))) {
+        pipeStatus = PIPE_OPEN_FAILURE;
+    }
+    if (pipeStatus != SUCCESS) {
+        m_pFactory->SendEvent(cErrorLevel, pipeStatus, "MasterBottomTask constructor",
+                              (std::string("cannot use command pipe ") + commandPipePath).c_str());
+    }
+    KeepFirstFailure(pipeStatus);
 
     if (m_Status == SUCCESS) {
         m_PidFile.reset(new CPidFile(m_pFactory, m_CommandPipeVariable));

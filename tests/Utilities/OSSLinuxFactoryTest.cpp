@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <set>
 #include <string>
 
 #include "tests/support/RecordingFactory.h"
@@ -54,9 +56,9 @@ TEST_F(OSSLinuxFactoryTest, ShellCommandsIgnoreTheCommandsExitStatusButNotAnOver
     // rmdir refuses a non-empty directory; that is not the caller's failure.
     EXPECT_EQ(m_Factory.RemoveDirs(full.c_str(), false), SUCCESS);
     EXPECT_TRUE(CSandbox::Exists(full + "/f"));
-    // "mkdir -p " and the path must fit 255 characters.
+    // "mkdir -p " and the quoted path (two quotes more) must fit 255 characters.
     const std::string base = m_Sandbox / std::string(100, 'a') + "/";
-    const std::string longest = base + std::string(246 - base.size(), 'b');
+    const std::string longest = base + std::string(244 - base.size(), 'b');
     EXPECT_EQ(m_Factory.CreateFullPath((longest + "b").c_str()), OSS_FILE_FAILURE);
     EXPECT_FALSE(CSandbox::Exists(base));
     EXPECT_EQ(m_Factory.CreateFullPath(longest.c_str()), SUCCESS);
@@ -86,4 +88,64 @@ TEST_F(OSSLinuxFactoryTest, GetFileSizeReportsAMissingFileOnce)
     ASSERT_EQ(m_Factory.m_Events.size(), 1u);
     EXPECT_EQ(m_Factory.m_Events[0].Code, ENOENT);
     EXPECT_EQ(m_Factory.m_Events[0].Why, missing);
+}
+
+namespace {
+
+// Every entry below Directory, as paths relative to it.
+std::set<std::string> Tree(const std::string& Directory)
+{
+    std::set<std::string> entries;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Directory)) {
+        entries.insert(std::filesystem::relative(entry.path(), Directory).string());
+    }
+    return entries;
+}
+
+} // namespace
+
+// Paths reach the shell commands as single words: an unquoted blank once made
+// "rm -rf" remove a sibling directory. Each path is relative to the working
+// directory, so that a leading '-' is where an option would be. The
+// neighbours are what the commands would have touched had they split or
+// expanded the path; "pwned" is what a command injected after ';' would make.
+TEST_F(OSSLinuxFactoryTest, ShellCommandsTouchExactlyTheNamedPath)
+{
+    const std::string names[] = {"a b", "quo'te", "dol$HOME", "semi;touch pwned", "new\nline", "-rf", "star*"};
+    const std::set<std::string> neighbours = {"a", "b", "quo", "te", "dol", "semi", "new", "line", "star", "rf"};
+    const std::string home = std::filesystem::current_path();
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name);
+        const std::string work = m_Sandbox.MakeDir("work");
+        std::set<std::string> expected;
+        for (const std::string& neighbour : neighbours) {
+            m_Sandbox.WriteFile("work/" + neighbour, "keep");
+            expected.insert(neighbour);
+        }
+        std::filesystem::current_path(work);
+        const std::string sub = name + "/sub";
+        EXPECT_EQ(m_Factory.CreateFullPath(sub.c_str()), SUCCESS);
+        m_Sandbox.WriteFile("work/" + sub + "/f", "data");
+        EXPECT_EQ(m_Factory.CopyFile((sub + "/f").c_str(), (name + "/g").c_str(), COPY_AND_WAIT), SUCCESS);
+        EXPECT_EQ(m_Factory.MoveFile((name + "/g").c_str(), (name + "/h").c_str()), SUCCESS);
+        EXPECT_EQ(CSandbox::ReadFile(work + "/" + name + "/h"), "data");
+        EXPECT_EQ(m_Factory.CreateSoftLink((name + "/h").c_str(), "link"), SUCCESS);
+        EXPECT_TRUE(std::filesystem::equivalent("link", name + "/h"));
+        EXPECT_EQ(m_Factory.CreateFullPath((name + "/copy").c_str()), SUCCESS);
+        EXPECT_EQ(m_Factory.CopyDirs(sub.c_str(), (name + "/copy").c_str()), SUCCESS);
+        EXPECT_EQ(CSandbox::ReadFile(work + "/" + name + "/copy/f"), "data");
+        EXPECT_EQ(m_Factory.RemoveFiles(name.c_str(), "h"), SUCCESS);
+        // A pattern in the name still matches.
+        EXPECT_EQ(m_Factory.RemoveFiles((name + "/copy").c_str(), "*"), SUCCESS);
+        EXPECT_EQ(Tree(name), (std::set<std::string>{"sub", "sub/f", "copy"}));
+        EXPECT_EQ(m_Factory.RemoveDirs((name + "/copy").c_str(), false), SUCCESS);
+        EXPECT_EQ(m_Factory.RemoveDirs(name.c_str(), true), SUCCESS);
+        std::filesystem::current_path(home);
+        expected.insert("link");
+        EXPECT_EQ(Tree(work), expected);
+        for (const std::string& neighbour : neighbours) {
+            EXPECT_EQ(CSandbox::ReadFile(work + "/" + neighbour), "keep") << neighbour;
+        }
+        std::filesystem::remove_all(work);
+    }
 }

@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
 #include <string>
+#include <utility>
 
 #include "Utilities/OSSLinuxFactory.h"
 #include "tests/support/Sandbox.h"
@@ -75,9 +78,48 @@ TEST_F(PidFileTest, WaitFindsAFileWrittenLaterByAnotherProcess)
     waitpid(child, nullptr, 0);
 }
 
-// Takes the whole eleven seconds.
-TEST_F(PidFileTest, WaitGivesUpWhenNoFileAppears)
+// A PID file waiter on a clock of the test's own: each pause moves the clock
+// on, and the file appears once the clock passes AppearsAt seconds.
+class CClockedPidFile : public CPidFile {
+public:
+    CClockedPidFile(IOSSFactory* pFactory, std::string Path, double AppearsAt)
+        : CPidFile(pFactory, nullptr), m_Path(std::move(Path)), m_AppearsAt(AppearsAt)
+    {
+    }
+    double m_Now = 0;
+    int m_Pauses = 0;
+
+protected:
+    void Sleep(unsigned Seconds) override
+    {
+        ++m_Pauses;
+        m_Now += Seconds;
+        if (m_Now >= m_AppearsAt && !CSandbox::Exists(m_Path)) {
+            std::ofstream(m_Path) << "MasterBottomTask\n";
+        }
+    }
+
+private:
+    std::string m_Path;
+    double m_AppearsAt;
+};
+
+// The parent gives the child eleven seconds, checking once a second from
+// the first second on.
+TEST_F(PidFileTest, WaitChecksOnceASecondForElevenSeconds)
 {
     m_Sandbox.MakeDir("run/pids");
-    EXPECT_FALSE(CPidFile(&m_Factory, nullptr).WaitForPidFile(getpid()));
+    const struct {
+        double AppearsAt;
+        bool Found;
+        int Pauses;
+    } rows[] = {{0.5, true, 1}, {10.5, true, 11}, {11.5, false, 11}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.AppearsAt);
+        const std::string path = PathOf(4321);
+        std::remove(path.c_str());
+        CClockedPidFile waiter(&m_Factory, path, row.AppearsAt);
+        EXPECT_EQ(waiter.WaitForPidFile(4321), row.Found);
+        EXPECT_EQ(waiter.m_Pauses, row.Pauses);
+    }
 }

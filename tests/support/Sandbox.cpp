@@ -8,11 +8,14 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 
 CSandbox::CSandbox()
 {
-    char templ[] = "/tmp/vesk-test-XXXXXX";
-    if (mkdtemp(templ) == nullptr) {
+    // TMPDIR may name a faster place than /tmp (a tmpfs for the fuzzers).
+    const char* directory = getenv("TMPDIR");
+    std::string templ = std::string(directory && *directory ? directory : "/tmp") + "/vesk-test-XXXXXX";
+    if (mkdtemp(&templ[0]) == nullptr) {
         throw std::runtime_error("mkdtemp failed");
     }
     m_Path = templ;

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -181,7 +182,9 @@ protected:
     {
         Sonar4MasterBottomRecordPacket packet;
         size_t size;
-        while (NextPacket(packet, size)) {
+        // The task broadcasts every turn, so a wrong value must not keep
+        // the loop going past the deadline.
+        for (const auto deadline = Clock::now() + cPatience; Clock::now() < deadline && NextPacket(packet, size);) {
             if (packet.GetMasterDepth() == Depth && packet.GetOffsetMode() == OffsetMode) {
                 return true;
             }
@@ -420,16 +423,32 @@ TEST_F(MasterBottomTaskNetTest, OtherProductsNeedNoMasterBottomTask)
         << Output();
 }
 
-TEST_F(MasterBottomTaskNetTest, ATaskWithoutItsCommandPipeDoesNotStart)
+TEST_F(MasterBottomTaskNetTest, ATaskWithoutAFifoAtItsCommandPipeDoesNotStart)
 {
-    m_Sandbox.SetEnv("IPC_MASTER_BOTTOM_TASK", (m_Sandbox / "missing/MasterBottomTask.fifo").c_str());
-    EXPECT_EQ(Launch(), 1);
-    EXPECT_EQ(m_TaskPid, -1);
-    const std::string output = Output();
-    EXPECT_NE(output.find("3::MasterBottomTask:No such file or directory (2) @ "), std::string::npos) << output;
-    EXPECT_NE(output.find(" in main() because Failed to create MasterBottomTask Task (OptDebug Build)\n"),
-              std::string::npos)
-        << output;
+    // A missing pipe, and a regular file where the FIFO should be (what a
+    // writer that came before the FIFO leaves behind).
+    const struct {
+        std::string Path;
+        std::string Code;
+    } rows[] = {{m_Sandbox / "missing/MasterBottomTask.fifo", "No such file or directory (2)"},
+                {m_Sandbox.WriteFile("plain.fifo", std::string("Shutdown") + '\0'), "PIPE_OPEN_FAILURE (-110)"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Path);
+        m_Sandbox.SetEnv("IPC_MASTER_BOTTOM_TASK", row.Path.c_str());
+        std::remove((m_Sandbox / "task.out").c_str());
+        EXPECT_EQ(Launch(), 1);
+        EXPECT_EQ(m_TaskPid, -1);
+        const std::string output = Output();
+        EXPECT_NE(output.find("3::MasterBottomTask:" + row.Code + " @ "), std::string::npos) << output;
+        EXPECT_NE(output.find(" in MasterBottomTask constructor because cannot use command pipe " + row.Path +
+                              " (OptDebug Build)\n"),
+                  std::string::npos)
+            << output;
+        EXPECT_NE(output.find(" in main() because Failed to create MasterBottomTask Task (OptDebug Build)\n"),
+                  std::string::npos)
+            << output;
+        EXPECT_EQ(output.find("MasterBottomTask starting"), std::string::npos) << output;
+    }
 }
 
 } // namespace

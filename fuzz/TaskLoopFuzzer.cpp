@@ -1,0 +1,71 @@
+// The task's loop fed through its real command pipe: any bytes at all,
+// written into the FIFO as another process would, then read, split and
+// acted on by the running loop, which recomputes, stores and broadcasts the
+// master bottom on every turn.
+//
+// Each input is followed by a terminator and "Shutdown", so that every run
+// ends; the loop must end there (or at an earlier "Shutdown" in the input)
+// with the shutdown code, whatever came before. Inputs are kept short (the
+// loop turns once per message and reads a byte at a time): what matters is
+// the variety of messages, not their bulk.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "fuzz/FuzzUnit.h"
+#include "tasks/MasterBottomTask/MasterBottomTask.h"
+
+namespace {
+
+constexpr size_t cMaxInput = 256;
+const char cShutdown[] = "\0Shutdown";  // with its own terminator: 10 bytes
+
+// Reads a FIFO empty without blocking.
+void Drain(const char* Path)
+{
+    const int fd = open(Path, O_RDONLY | O_NONBLOCK);
+    uint8_t bytes[4096];
+    while (fd >= 0 && read(fd, bytes, sizeof(bytes)) > 0) {
+    }
+    if (fd >= 0) {
+        close(fd);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    FuzzUnit::Prepare();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
+{
+    static const char* const pipe = std::getenv("IPC_MASTER_BOTTOM_TASK");
+    static const char* const errorHandler = std::getenv("IPC_ERROR_HANDLER_TASK");
+    // Held open for reading too, as the task holds it, so that the pipe
+    // keeps its bytes between tasks and a write never waits for a reader.
+    static const int writer = open(pipe, O_RDWR | O_NONBLOCK);
+    FuzzUnit::Require(writer >= 0, "the command pipe cannot be written");
+
+    if (Size > cMaxInput) {
+        return 0;
+    }
+    // A task runs its loop once: each input gets a task of its own, built
+    // as main builds it.
+    const std::unique_ptr<MasterBottomTask> task(new MasterBottomTask(FuzzUnit::Factory()));
+    FuzzUnit::Require(task->GetStatus() == SUCCESS, "the task could not be built (it needs a 10. interface)");
+    FuzzUnit::Require(write(writer, Data, Size) == static_cast<ssize_t>(Size), "the input did not fit the pipe");
+    FuzzUnit::Require(write(writer, cShutdown, sizeof(cShutdown)) == sizeof(cShutdown), "no room for Shutdown");
+    FuzzUnit::Require(task->Start(0) == SHUTDOWN_TASK_REQUEST, "the loop did not end on Shutdown");
+
+    // What an earlier "Shutdown" left unread, and the acknowledgements.
+    Drain(pipe);
+    Drain(errorHandler);
+    return 0;
+}
