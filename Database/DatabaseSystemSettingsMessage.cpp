@@ -1,5 +1,7 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 
+#include "Database/DatabaseSupportedTransducersMessage.h"
+
 namespace {
 
 // An all-zero payload: no depth offset until the settings are received.
@@ -13,4 +15,9 @@ const DatabaseRecordDescription_T cDescription = {
 CDatabaseSystemSettingsMessage::CDatabaseSystemSettingsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)
 {
+}
+
+uint16_t CDatabaseSystemSettingsMessage::GetNumDepthTypeTransducers()
+{
+    return CDatabaseSupportedTransducersMessage::GetNumDepthTypeTransducers();
 }

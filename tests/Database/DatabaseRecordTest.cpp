@@ -15,7 +15,9 @@
 #include "Database/DatabaseEnvironmentLimitsMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
+#include "Database/DatabaseSupportedTransducersMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
+#include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
@@ -44,6 +46,14 @@ const RecordCase cCase<CDatabaseMasterBottomRecordMessage> = {"CDatabaseMasterBo
 template <>
 const RecordCase cCase<CDatabaseSystemSettingsMessage> = {"CDatabaseSystemSettingsMessage",
     "systemdata/SystemSettings.bin", 0x270106, nullptr};
+template <>
+const RecordCase cCase<CDatabaseSupportedTransducersMessage> = {"CDatabaseSupportedTransducersMessage",
+    "nonpersisted/SupportedTransducers.bin", 0x270109, nullptr};
+// One transducer fitted, its entry not yet filled in.
+template <>
+const RecordCase cCase<CDatabaseTransducersFittedMessage> = {"CDatabaseTransducersFittedMessage",
+    "nonpersisted/TransducersFitted.bin", 0x27010A,
+    "01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"};
 
 std::string Hex(const std::string& Bytes)
 {
@@ -101,7 +111,8 @@ protected:
 };
 
 using Records = ::testing::Types<CDatabaseEnvironmentLimitsMessage, CDatabaseSystemLimitsMessage,
-                                 CDatabaseMasterBottomRecordMessage, CDatabaseSystemSettingsMessage>;
+                                 CDatabaseMasterBottomRecordMessage, CDatabaseSystemSettingsMessage,
+                                 CDatabaseSupportedTransducersMessage, CDatabaseTransducersFittedMessage>;
 TYPED_TEST_SUITE(DatabaseRecordTest, Records);
 
 TYPED_TEST(DatabaseRecordTest, MissingFileIsCreatedWithDefaultsAndALongerOneIsCutAtTheNextStore)
