@@ -18,7 +18,7 @@ if [ -z "${VESK_UNIT_NETNS:-}" ]; then
     if [ ! -f "$build/build.ninja" ]; then
         cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++ >/dev/null
     fi
-    ninja -C "$build" MasterBottomTask UnitSimulator >/dev/null
+    ninja -C "$build" MasterBottomTask UnitSimulator MakeTransducerFiles >/dev/null
     as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     exec "${as_root[@]}" unshare -n env VESK_UNIT_NETNS=1 "$0" "$@"
@@ -41,7 +41,7 @@ cleanup() {
 }
 trap cleanup EXIT
 
-mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid}
+mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid,transducers}
 export NONPERSISTED_DATABASE_ROOT="$unit/nonpersisted"
 export DATABASE_DIR_SYSTEM_DATA="$unit/systemdata"
 export DATABASE_DIR_PING_PARAMETERS="$unit/pingparameters"
@@ -53,6 +53,11 @@ export IPC_LED_TASK="$unit/LedTask.fifo"
 export PRIMARY_PING_TASK_FILE_EXTENSTION=PPT
 export SECONDARY_PING_TASK_FILE_EXTENSTION=SPT
 export EMBEDDED_SERIAL_NUMBER_OVERRIDE=40321
+export SUPPORTED_TRANSDUCER_DIR="$unit/transducers"
+export TRANSDUCER_ID_FILE_PREFIX=TransducerId
+export SPEED_TRANSDUCER_ID_FILE_PREFIX=SpeedTransducerId
+"$build/tools/MakeTransducerFiles" "$SUPPORTED_TRANSDUCER_DIR" "$TRANSDUCER_ID_FILE_PREFIX" \
+    "$SPEED_TRANSDUCER_ID_FILE_PREFIX"
 models=(ORVA1 ORVA2 ORVA3 ORVA4 ORVA5 ORVA6 ORVA7 ORVA8 ORVA9 ORVA10 ORVA11
         BELTA BELTA2 CIRNA1 CIRNA2 CIRNA3 CIRNA4 DUSKO1 DUSKO2 DUSKO3 DUSKO4 DUSKO5)
 number=100

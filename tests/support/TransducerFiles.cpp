@@ -117,7 +117,7 @@ std::vector<Transducer_T> StandardDepthTransducers()
 std::vector<Transducer_T> StandardSpeedTransducers()
 {
     Transducer_T speed{"SL2 paddle wheel"};
-    speed.TicksHundreds = 200;
+    speed.TicksHundreds = 185;
     return {speed};
 }
 
