@@ -4,7 +4,7 @@
 //   MakeTransducerFiles <directory> <depth prefix> <speed prefix>
 #include <cstdio>
 
-#include "tests/support/TransducerFiles.h"
+#include "tools/TransducerFiles.h"
 
 int main(int argc, char** argv)
 {

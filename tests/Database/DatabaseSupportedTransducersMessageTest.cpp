@@ -13,7 +13,7 @@
 #include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
-#include "tests/support/TransducerFiles.h"
+#include "tools/TransducerFiles.h"
 
 namespace {
 

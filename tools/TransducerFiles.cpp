@@ -1,4 +1,4 @@
-#include "tests/support/TransducerFiles.h"
+#include "tools/TransducerFiles.h"
 
 #include <algorithm>
 #include <cstring>

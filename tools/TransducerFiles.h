@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_TRANSDUCERFILES_H
-#define TESTS_SUPPORT_TRANSDUCERFILES_H
+#ifndef TOOLS_TRANSDUCERFILES_H
+#define TOOLS_TRANSDUCERFILES_H
 
 #include <cstdint>
 #include <string>
