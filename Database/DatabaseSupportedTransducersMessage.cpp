@@ -6,13 +6,13 @@
 
 #include "Utilities/VeskAssert.h"
 
-namespace {
-
-const DatabaseRecordDescription_T cDescription = {
+const DatabaseRecordDescription_T CDatabaseSupportedTransducersMessage::cDescription = {
     {"CDatabaseSupportedTransducersMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory && \"Factory not specified\""},
     {"Sonar4SupportedTransducersPacket", "m_SupportedTransducers", "supportedTransducers",
      "Message_Id_Sonar4_Supported_Transducers"},
     "SupportedTransducers.bin", Message_Id_Sonar4_Supported_Transducers, UNIT_CHECK_VERSION_AND_SERIAL};
+
+namespace {
 
 // Kept for the process and refilled by every enumeration. Until the first
 // one, the depth-type count claims a full list, so that a settings record

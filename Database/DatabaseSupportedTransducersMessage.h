@@ -35,6 +35,10 @@ struct Sonar4SupportedTransducersPacket : Sonar4Packet<1383> {
     static constexpr size_t cMaxTransducers = 35;
     static constexpr size_t cNumTransducersOffset = 16;
     static constexpr size_t cEntriesOffset = 18;
+    static constexpr auto cFields = Sonar4Fields({
+        {"number of transducers", cNumTransducersOffset, FIELD_U16, 1, ""},
+        {"transducer entries (39 bytes each)", cEntriesOffset, FIELD_BYTES, cMaxTransducers * 39, ""},
+    });
 
     uint16_t GetNumTransducers() const { return Get<uint16_t, cNumTransducersOffset>(); }
     void SetNumTransducers(uint16_t Count) { Set<uint16_t, cNumTransducersOffset>(Count); }
@@ -52,6 +56,8 @@ static_assert(Sonar4SupportedTransducersPacket::cEntriesOffset +
 // turn into an identification record.
 class CDatabaseSupportedTransducersMessage : public CDatabaseRecordOf<Sonar4SupportedTransducersPacket> {
 public:
+    static const DatabaseRecordDescription_T cDescription;
+
     explicit CDatabaseSupportedTransducersMessage(IOSSFactory* pFactory);
 
     // Lists the depth, speed and test transducer files, stores the list and

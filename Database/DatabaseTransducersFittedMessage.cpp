@@ -4,19 +4,17 @@
 
 namespace {
 
-constexpr size_t cTransducerOffset = 17;
-
 // One transducer, not yet described: the task that identifies it fills the entry.
 const uint8_t cDefaultPayload[] = {1};
 
-const DatabaseRecordDescription_T cDescription = {
+} // namespace
+
+const DatabaseRecordDescription_T CDatabaseTransducersFittedMessage::cDescription = {
     {"CDatabaseTransducersFittedMessage", "NONPERSISTED_DATABASE_ROOT"},
     {"Sonar4TransducersFittedPacket", "m_TransducersFitted", "transducersFitted",
      "Message_Id_Sonar4_Transducers_Fitted"},
     "TransducersFitted.bin", Message_Id_Sonar4_Transducers_Fitted, UNIT_CHECK_VERSION_AND_SERIAL,
     cDefaultPayload, sizeof(cDefaultPayload)};
-
-} // namespace
 
 Sonar4TransducerInfo_T Sonar4TransducersFittedPacket::GetTransducer() const
 {
