@@ -105,14 +105,18 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
     s_NumDepthTypeTransducers = 0;
     s_TicksPerNauticalMile.clear();
 
+    // Depth and test transducers are listed alike and counted together.
+    const auto listDepthType = [this, TransducerId](int Index) {
+        const Sonar4TransducerInfo_T info = DescribeTransducer(*TransducerId);
+        addTransducer(info);
+        std::printf("Xdcr %d : %s:power = %d\n", Index, info.GetName().c_str(), info.GetPower(0));
+        ++s_NumDepthTypeTransducers;
+    };
     // Each kind's files are numbered from 0; the first missing number ends it.
     for (int index = 0; index <= cLastDepthSelection && TransducerId->SelectDepthTransducerId(index) == SUCCESS;
          ++index) {
-        const Sonar4TransducerInfo_T info = DescribeTransducer(*TransducerId);
-        addTransducer(info);
-        std::printf("Xdcr %d : %s:power = %d\n", index, info.GetName().c_str(), info.GetPower(0));
+        listDepthType(index);
         ++s_NumDepthTransducers;
-        ++s_NumDepthTypeTransducers;
     }
     for (int index = 0; index <= cLastSpeedSelection && TransducerId->SelectSpeedTransducerId(index) == SUCCESS;
          ++index) {
@@ -125,10 +129,7 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
     }
     for (int index = 0; index <= cLastDepthSelection && TransducerId->SelectTestTransducerId(index) == SUCCESS;
          ++index) {
-        const Sonar4TransducerInfo_T info = DescribeTransducer(*TransducerId);
-        addTransducer(info);
-        std::printf("Xdcr %d : %s:power = %d\n", index, info.GetName().c_str(), info.GetPower(0));
-        ++s_NumDepthTypeTransducers;
+        listDepthType(index);
     }
     std::fflush(stdout);
     TransducerId->SetTransducerId(&saved);
