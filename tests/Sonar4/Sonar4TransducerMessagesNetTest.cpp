@@ -1,5 +1,6 @@
-// The transducer messages inside the codec: their places among the other
-// messages, and the list reload that received settings trigger.
+// The supported transducers list inside the codec: received settings may
+// name one of its transducers, so the list is reloaded before they are decoded.
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -7,9 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "Sonar4/Sonar4.h"
-#include "Sonar4/Sonar4MessageTable.h"
-#include "Sonar4/Sonar4SupportedTransducersMessage.h"
-#include "Sonar4/Sonar4TransducersFittedMessage.h"
 #include "Utilities/LittleEndian.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
@@ -27,33 +25,6 @@ protected:
     CSandbox m_Sandbox;
     CRecordingFactory m_Factory;
 };
-
-TEST_F(Sonar4TransducerMessagesTest, TransducerRowsFollowTheMasterBottomInTheCodecsOrder)
-{
-    // The codec's order of making; messages not made yet are skipped.
-    const LNET_MESSAGE_ID_T order[] = {
-        Message_Id_Sonar4_System_Settings, Message_Id_Sonar4_Ping_Results, Message_Id_Sonar4_Ping_Parameters,
-        Message_Id_Sonar4_Heartbeat, Message_Id_Sonar4_Ping_Data, Message_Id_Sonar4_System_Status_Data,
-        Message_Id_Sonar4_Environment_Data, Message_Id_Sonar4_Environment_Limits,
-        Message_Id_Sonar4_System_Settings_Limits, Message_Id_Sonar4_Master_Bottom_Record,
-        Message_Id_Sonar4_Supported_Transducers, Message_Id_Sonar4_Transducers_Fitted, Message_Id_Sonar4_Command,
-        Message_Id_Sonar4_Error_Status, Sonar4_Service_Info_Message, Sonar4_Unit_Info_Message,
-        Message_Id_Sonar4_Recording_Status};
-    std::vector<LNET_MESSAGE_ID_T> made;
-    for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
-        made.push_back(row.Id);
-    }
-    std::vector<LNET_MESSAGE_ID_T> expected;
-    for (LNET_MESSAGE_ID_T id : order) {
-        if (FindSonar4MessageRow(id) != nullptr) {
-            expected.push_back(id);
-        }
-    }
-    EXPECT_EQ(made, expected);
-    EXPECT_NE(FindSonar4MessageRow(Message_Id_Sonar4_Supported_Transducers)->Reload, nullptr);
-    EXPECT_EQ(CSonar4SupportedTransducersMessage(&m_Factory).GetPacketSize(), 1383u);
-    EXPECT_EQ(CSonar4TransducersFittedMessage(&m_Factory).GetPacketSize(), 57u);
-}
 
 TEST_F(Sonar4TransducerMessagesTest, ReceivedSettingsReloadTheListFirstEvenWhenRejected)
 {
