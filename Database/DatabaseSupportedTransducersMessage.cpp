@@ -68,17 +68,19 @@ Sonar4TransducerInfo_T CDatabaseSupportedTransducersMessage::DescribeTransducer(
     name[std::strcspn(name, " ")] = '\0';
     CDatabaseTransducerIdMessage::StringCopy(reinterpret_cast<char*>(info.data()), name, sizeof(name));
 
-    info.m_Bytes[25] = record.GetTicksPerNauticalMile() != 0 ? 1 : 0;
-    info.Set<uint16_t, 26>(static_cast<uint16_t>(record.NominalFrequency(0) * scale));
-    info.Set<uint16_t, 28>(static_cast<uint16_t>(record.NominalFrequency(1) * scale));
+    using Info = Sonar4TransducerInfo_T;
+    info.m_Bytes[Info::cSpeedLogOffset] = record.GetTicksPerNauticalMile() != 0 ? 1 : 0;
     for (XdcrElementIndex_T element = 0; element < 2; ++element) {
-        info.m_Bytes[30 + 2 * element] = static_cast<uint8_t>(record.ElementByte(element, Id::cBeamAngle2) * 2);
-        info.m_Bytes[31 + 2 * element] = static_cast<uint8_t>(record.ElementByte(element, Id::cBeamAngle1) * 2);
+        uint8_t* const beams = info.m_Bytes + Info::cBeamAnglesOffset[element];
+        beams[0] = static_cast<uint8_t>(record.ElementByte(element, Id::cBeamAngle2) * 2);
+        beams[1] = static_cast<uint8_t>(record.ElementByte(element, Id::cBeamAngle1) * 2);
+        LittleEndian::Write<uint16_t>(info.m_Bytes + Info::cNominalFrequencyOffset[element],
+                                      static_cast<uint16_t>(record.NominalFrequency(element) * scale));
+        LittleEndian::Write<uint16_t>(info.m_Bytes + Info::cPowerOffset[element],
+                                      static_cast<uint16_t>(record.ElementByte(element, Id::cPower) * 20));
     }
-    info.Set<uint16_t, 34>(static_cast<uint16_t>(record.ElementByte(0, Id::cPower) * 20));
-    info.Set<uint16_t, 36>(static_cast<uint16_t>(record.ElementByte(1, Id::cPower) * 20));
     // Centre over width below 5, the same test as IsBroadband's "at most 4".
-    info.m_Bytes[38] = TransducerId.IsBroadband() ? 1 : 0;
+    info.m_Bytes[Info::cWidebandOffset] = TransducerId.IsBroadband() ? 1 : 0;
     return info;
 }
 
@@ -109,7 +111,7 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
     const auto listDepthType = [this, TransducerId](int Index) {
         const Sonar4TransducerInfo_T info = DescribeTransducer(*TransducerId);
         addTransducer(info);
-        std::printf("Xdcr %d : %s:power = %d\n", Index, info.GetName().c_str(), info.GetPower(0));
+        std::printf("Xdcr %d : %s:power = %d\n", Index, info.GetName().c_str(), info.GetPowerA());
         ++s_NumDepthTypeTransducers;
     };
     // Each kind's files are numbered from 0; the first missing number ends it.

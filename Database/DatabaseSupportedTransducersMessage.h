@@ -10,22 +10,22 @@
 // One transducer as the user interface lists it, summarised from its
 // identification record.
 struct Sonar4TransducerInfo_T : PacketBytes<39> {
+    // Text, zero-filled.
     static constexpr size_t cNameSize = 25;
+    // 1 for a transducer with a speed log.
+    static constexpr size_t cSpeedLogOffset = 25;
+    // u16 each, 100 Hz: element A, then B.
+    static constexpr size_t cNominalFrequencyOffset[2] = {26, 28};
+    // Degrees times two, the second beam first: element A, then B.
+    static constexpr size_t cBeamAnglesOffset[2] = {30, 32};
+    // u16 each: element A, then B.
+    static constexpr size_t cPowerOffset[2] = {34, 36};
+    // 1 when element A's band is wide.
+    static constexpr size_t cWidebandOffset = 38;
 
     // Up to cNameSize characters, without the terminating zero.
     std::string GetName() const;
-    bool IsSpeedTransducer() const { return m_Bytes[25] != 0; }
-    Frequency_100Hz_T GetNominalFrequency(XdcrElementIndex_T Element) const
-    {
-        return Element == 0 ? Get<uint16_t, 26>() : Get<uint16_t, 28>();
-    }
-    // Degrees times two; beam 1 is the first beam angle of the record.
-    uint8_t GetBeamAngle(XdcrElementIndex_T Element, int Beam) const { return m_Bytes[30 + 2 * Element + (2 - Beam)]; }
-    uint16_t GetPower(XdcrElementIndex_T Element) const
-    {
-        return Element == 0 ? Get<uint16_t, 34>() : Get<uint16_t, 36>();
-    }
-    bool IsWideband() const { return m_Bytes[38] != 0; }
+    uint16_t GetPowerA() const { return Get<uint16_t, cPowerOffset[0]>(); }
 };
 static_assert(sizeof(Sonar4TransducerInfo_T) == 39, "transducer entry is 39 bytes");
 

@@ -70,6 +70,7 @@ mkfifo "$IPC_MASTER_BOTTOM_TASK" "$IPC_ERROR_HANDLER_TASK" "$IPC_LED_TASK"
 
 sim="$build/tools/UnitSimulator"
 say "unit directory $unit, eth0 10.0.0.2/24, product $PRODUCT_ID, serial $EMBEDDED_SERIAL_NUMBER_OVERRIDE"
+say "legacy transducer files: $(cd "$SUPPORTED_TRANSDUCER_DIR" && echo *)"
 
 # Pipe readers of the error handler and LED tasks: NUL-terminated messages.
 serve_pipe() {
