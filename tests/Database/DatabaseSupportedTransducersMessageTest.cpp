@@ -10,6 +10,7 @@
 
 #include "Database/DatabaseSupportedTransducersMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
+#include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
@@ -190,4 +191,15 @@ TEST_F(SupportedTransducersDeathTest, OverfullListUnwrittenListAndAutoTicksAreFa
                  ::testing::HasSubstr("You cant ask for the tpmn for the Auto Speed Xdcr"));
     EXPECT_DEATH(m_List.EnumerateTransducers(nullptr), ::testing::HasSubstr("TransducerId not specified"));
     EXPECT_DEATH(CDatabaseSupportedTransducersMessage(nullptr), ::testing::HasSubstr("Factory not specified"));
+}
+
+TEST_F(SupportedTransducersDeathTest, FittedRecordWordsItsBufferAssertionsItsOwnWay)
+{
+    CDatabaseTransducersFittedMessage fitted(&m_Factory);
+    std::string bytes(57, '\0');
+    Buffer_Bytes_T empty(bytes.data(), 0);
+    Buffer_Bytes_T small(bytes.data(), 56);
+    EXPECT_DEATH(fitted.CreateMessage(nullptr), ::testing::HasSubstr("Buffer should not be NULL"));
+    EXPECT_DEATH(fitted.CreateMessage(&empty), ::testing::HasSubstr("Buffer should not be empty"));
+    EXPECT_DEATH(fitted.CreateMessage(&small), ::testing::HasSubstr("Buffer is too small"));
 }
