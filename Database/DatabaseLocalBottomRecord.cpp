@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "Utilities/TextScanner.h"
+
 namespace {
 
 const DatabaseFileDescription_T cDescription = {"CDatabaseLocalBottomRecord", "NONPERSISTED_DATABASE_ROOT"};
@@ -55,21 +57,25 @@ VeskEventCode_T CDatabaseLocalBottomRecord::readDB()
     if (!file) {
         return result;
     }
+    // Scanned straight from the file's bytes, as its stream would scan
+    // them: the loop reads both bottoms every turn, and a stream would cost
+    // memory and a read past the few bytes the file holds.
+    CTextScanner text(*file);
     // Each value is kept as soon as it is read, so a file cut short still
     // yields what it has.
     int depth = m_Depth;
-    const bool depthRead = file->ReadStream(&depth);
+    const bool depthRead = text.Read(&depth);
     if (depthRead) {
         m_Depth = depth;
     }
     UINT8 state = m_State;
-    const bool stateRead = file->ReadStream(&state);
+    const bool stateRead = text.Read(&state);
     if (stateRead) {
         m_State = state;
     }
     if (depthRead && stateRead) {
         return SUCCESS;
     }
-    m_pFactory->SendEvent(3, file->GetLastError(), Where("::", "readDB()").c_str(), "failed to read contents");
+    m_pFactory->SendEvent(3, text.GetLastError(), Where("::", "readDB()").c_str(), "failed to read contents");
     return FAILED_TO_READ_FILE_CONTENTS;
 }

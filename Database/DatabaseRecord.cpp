@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "Database/SerialNumberInfo.h"
 #include "Utilities/VeskAssert.h"
@@ -30,10 +29,11 @@ std::string FileNameOf(const char* Pattern, uint32_t Instance)
 } // namespace
 
 CDatabaseRecord::CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description,
-                                 uint8_t* Packet, size_t PacketSize, uint32_t Instance)
+                                 uint8_t* Packet, uint8_t* Loaded, size_t PacketSize, uint32_t Instance)
     : CDatabaseFile(pFactory, Description.File, FileNameOf(Description.FileName, Instance)),
       m_Description(Description),
       m_pPacket(Packet),
+      m_pLoaded(Loaded),
       m_PacketSize(PacketSize),
       m_Instance(Instance)
 {
@@ -114,21 +114,21 @@ VeskEventCode_T CDatabaseRecord::readDB()
         return result;
     }
     // Loaded aside: a rejected or short file leaves the packet as it was.
-    std::vector<uint8_t> loaded(m_PacketSize);
-    InitialisePacket(loaded.data());
-    if (const VeskEventCode_T failed = LoadBytes(*file, loaded.data(), m_PacketSize, m_Description.ReadFailedWhy)) {
+    uint8_t* const loaded = m_pLoaded;
+    InitialisePacket(loaded);
+    if (const VeskEventCode_T failed = LoadBytes(*file, loaded, m_PacketSize, m_Description.ReadFailedWhy)) {
         return failed;
     }
 
-    const Sonar4HeaderView header{loaded.data()};
+    const Sonar4HeaderView header{loaded};
     VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
                      IdAssertion(m_Description.Names.Loaded, m_Description.Names).c_str());
     VESK_ASSERT_TEXT(header.GetMessageSize() == m_PacketSize,
                      (std::string(m_Description.Names.Loaded) + ".GetMessageSize() == sizeof(" +
                       m_Description.Names.Packet + ")")
                          .c_str());
-    if (ConfirmSonar4Version(loaded.data())) {
-        std::memcpy(m_pPacket, loaded.data(), m_PacketSize);
+    if (ConfirmSonar4Version(loaded)) {
+        std::memcpy(m_pPacket, loaded, m_PacketSize);
         ReplaceInvalidValues("readDB()");
     }
     return SUCCESS;
@@ -137,12 +137,12 @@ VeskEventCode_T CDatabaseRecord::readDB()
 bool CDatabaseRecord::ConfirmSonar4Version(const uint8_t* Packet)
 {
     const Sonar4HeaderView header{Packet};
-    const std::string where = Where("::", "ConfirmSonar4Version");
+    const char* const operation = "ConfirmSonar4Version";
     bool accepted = true;
     if (header.GetSonar4Version() != SONAR4_VERSION) {
         const std::string why = "Old Sonar 4 found V" + std::to_string(header.GetSonar4Version()) + " expected V" +
                                 std::to_string(SONAR4_VERSION);
-        m_pFactory->SendEvent(3, SUCCESS, where.c_str(), why.c_str());
+        m_pFactory->SendEvent(3, SUCCESS, Where("::", operation).c_str(), why.c_str());
         RemoveFile();
         accepted = false;
     }
@@ -153,7 +153,7 @@ bool CDatabaseRecord::ConfirmSonar4Version(const uint8_t* Packet)
             const std::string why = "Serial Number Mismatch found" +
                                     CSerialNumberInfo::DisplayForm(header.GetSerialNumber()) + " expected " +
                                     CSerialNumberInfo::DisplayForm(unit);
-            m_pFactory->SendEvent(3, SUCCESS, where.c_str(), why.c_str());
+            m_pFactory->SendEvent(3, SUCCESS, Where("::", operation).c_str(), why.c_str());
             RemoveFile();
             return false;
         }

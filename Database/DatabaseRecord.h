@@ -105,11 +105,12 @@ public:
 
 
 protected:
+    // Loaded: room for a packet read from the file before it is accepted.
     // Instance tells apart records of one description (the configuration
     // index of a ping parameters record, the unit's address): it replaces
     // "%u" in the file name and is handed to SetComputedDefaults.
     CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint8_t* Packet,
-                    size_t PacketSize, uint32_t Instance);
+                    uint8_t* Loaded, size_t PacketSize, uint32_t Instance);
 
     void SetDefaults() override;
     void ResetForMissingFile() override;
@@ -125,6 +126,7 @@ private:
 
     const DatabaseRecordDescription_T& m_Description;
     uint8_t* const m_pPacket;
+    uint8_t* const m_pLoaded;
     const size_t m_PacketSize;
     const uint32_t m_Instance;
 };
@@ -134,6 +136,9 @@ private:
 template <typename Packet>
 struct DatabasePacketHolder_T {
     Packet m_Packet{};
+    // A load lands here first, so a rejected file leaves m_Packet as it was;
+    // kept with the record so that loads need no memory of their own.
+    Packet m_Loaded{};
 };
 
 // A record holding a packet of type Packet.
@@ -149,7 +154,7 @@ public:
 protected:
     CDatabaseRecordOf(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint32_t Instance = 0)
         : DatabasePacketHolder_T<Packet>(),
-          CDatabaseRecord(pFactory, Description, this->m_Packet.data(), cPacketSize, Instance)
+          CDatabaseRecord(pFactory, Description, this->m_Packet.data(), this->m_Loaded.data(), cPacketSize, Instance)
     {
     }
 };

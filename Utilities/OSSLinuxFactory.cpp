@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -56,15 +57,13 @@ void CloseDirectory(DIR* Directory)
     VESK_ASSERT_TEXT(closedir(Directory) == 0, "0 && \"closedir returned failure!\"");
 }
 
-// Whether the entry is a regular file itself (a link to one is not).
-bool IsRegularFile(DIR* Directory, const dirent* Entry)
+// Whether Name in the directory at Directory (a descriptor, or AT_FDCWD for
+// a Name that carries its directory) is a regular file itself: a link to
+// one is not.
+bool IsRegularFile(int Directory, const char* Name)
 {
-    if (Entry->d_type != DT_UNKNOWN) {
-        return Entry->d_type == DT_REG;
-    }
-    // Some file systems do not fill in the type.
     struct stat status;
-    return fstatat(dirfd(Directory), Entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode);
+    return fstatat(Directory, Name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode);
 }
 
 } // namespace
@@ -169,19 +168,30 @@ bool COSSLinuxFactory::CheckForFile(const char* FullPath, const char* FileName)
     VESK_ASSERT((FileName[0] != '/') &&
                 "FileName should not include a leading slash, that could be the end of the FullPath");
 
-    DIR* directory = opendir(FullPath);
-    if (directory == nullptr) {
+    // A directory entry never has a slash in its name: such a name would
+    // reach into a sub-directory instead. An empty directory name is no
+    // directory (it is not the root).
+    if (FullPath[0] == '\0' || std::strchr(FileName, '/') != nullptr) {
         return false;
     }
-    bool found = false;
-    while (!found) {
-        const dirent* entry = readdir(directory);
-        if (entry == nullptr) {
-            break;
-        }
-        found = std::strcmp(entry->d_name, FileName) == 0 && IsRegularFile(directory, entry);
+    // One look at the name itself, whatever else the directory holds: the
+    // record loads ask this several times a loop turn.
+    char path[PATH_MAX];
+    const size_t directoryLength = std::strlen(FullPath);
+    const size_t nameLength = std::strlen(FileName);
+    if (directoryLength + 1 + nameLength < sizeof(path)) {
+        std::memcpy(path, FullPath, directoryLength);
+        path[directoryLength] = '/';
+        std::memcpy(path + directoryLength + 1, FileName, nameLength + 1);
+        return IsRegularFile(AT_FDCWD, path);
     }
-    CloseDirectory(directory);
+    // Too long to name at once: look inside the directory.
+    const int directory = open(FullPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory == -1) {
+        return false;
+    }
+    const bool found = IsRegularFile(directory, FileName);
+    close(directory);
     return found;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
+#include <mutex>
 #include <vector>
 
 #include "Utilities/VeskAssert.h"
@@ -69,10 +70,44 @@ struct flock WholeFileLock(short Type)
     return lock;
 }
 
+// Storage of closed file objects, kept for the next open: the records open
+// and close their files several times on every loop turn, and a turn should
+// not need the heap. Only blocks of the class's own size are kept.
+constexpr size_t cRecycledFiles = 8;
+std::mutex g_RecycledMutex;
+void* g_Recycled[cRecycledFiles];
+size_t g_RecycledCount = 0;
+
 }  // namespace
 
+void* COSSLinuxFile::operator new(size_t Size)
+{
+    if (Size == sizeof(COSSLinuxFile)) {
+        const std::lock_guard<std::mutex> lock(g_RecycledMutex);
+        if (g_RecycledCount > 0) {
+            return g_Recycled[--g_RecycledCount];
+        }
+    }
+    return ::operator new(Size);
+}
+
+void COSSLinuxFile::operator delete(void* Block, size_t Size)
+{
+    if (Block == nullptr) {
+        return;
+    }
+    if (Size == sizeof(COSSLinuxFile)) {
+        const std::lock_guard<std::mutex> lock(g_RecycledMutex);
+        if (g_RecycledCount < cRecycledFiles) {
+            g_Recycled[g_RecycledCount++] = Block;
+            return;
+        }
+    }
+    ::operator delete(Block);
+}
+
 COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
-    : m_FileDescriptor(-1), m_LastError(0), m_FileName{}, m_pFile(nullptr)
+    : m_FileDescriptor(-1), m_LastError(0), m_FileName{}, m_pFile(nullptr), m_StreamMode(nullptr)
 {
     VESK_ASSERT(Name);
     // A bounded copy that leaves the last character non-zero exactly when
@@ -90,14 +125,16 @@ COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
     // Every open is refused while another process writes the file, so no
     // reader ever sees a record half written. The descriptor stays open
     // until destruction; note that closing it drops any lock this process
-    // holds on the file through another object.
-    const pid_t owner = CheckForLock();
-    if (m_LastError != 0 || owner != -1) {
+    // holds on the file through another object. A write-only open simply
+    // tries to take the lock: that fails exactly when a query would have
+    // found another process's lock.
+    const int accessMode = flags & O_ACCMODE;
+    if (accessMode == O_WRONLY) {
+        if (!ApplyLock(flags)) {
+            return;
+        }
+    } else if (CheckForLock() != -1 || m_LastError != 0) {
         m_LastError = FILE_ACCESS_DENIED;
-        return;
-    }
-
-    if (!ApplyLock(flags)) {
         return;
     }
 
@@ -106,12 +143,7 @@ COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
     // a '+' count). "r" is the defined spelling of that, so stream reads
     // work on them and stream writes fail with EBADF, as they always have.
     // Read-write files (the pipes) are written through Write instead.
-    const int accessMode = flags & O_ACCMODE;
-    const char* streamMode = (accessMode == O_WRONLY) ? "w" : "r";
-    m_pFile = fdopen(m_FileDescriptor, streamMode);
-    if (m_pFile == nullptr) {
-        m_LastError = errno;
-    }
+    m_StreamMode = (accessMode == O_WRONLY) ? "w" : "r";
 }
 
 COSSLinuxFile::~COSSLinuxFile()
@@ -119,16 +151,30 @@ COSSLinuxFile::~COSSLinuxFile()
     Close();
 }
 
+FILE* COSSLinuxFile::Stream()
+{
+    // Made on first use: most files are only ever read or written whole,
+    // and a stream costs a query of the descriptor and memory on every open.
+    if (m_pFile == nullptr && m_StreamMode != nullptr) {
+        m_pFile = fdopen(m_FileDescriptor, m_StreamMode);
+        if (m_pFile == nullptr) {
+            m_LastError = errno;
+            m_StreamMode = nullptr;
+        }
+    }
+    return m_pFile;
+}
+
 pid_t COSSLinuxFile::CheckForLock()
 {
     // F_GETLK reports only other processes' locks: this process's own locks
-    // never conflict with it.
+    // never conflict with it. A write lock conflicts with every lock another
+    // process holds, so when that query works its answer is complete; the
+    // read lock query is made only after a failed one, for its own line.
     struct flock lock = WholeFileLock(F_WRLCK);
     if (fcntl(m_FileDescriptor, F_GETLK, &lock) == -1) {
         m_LastError = errno;
         PrintLine("Error in COSSLinuxFile::CheckForLock(F_WRLCK): %d\n", m_LastError);
-    }
-    if (lock.l_pid == -1) {
         lock = WholeFileLock(F_RDLCK);
         if (fcntl(m_FileDescriptor, F_GETLK, &lock) == -1) {
             m_LastError = errno;
@@ -145,26 +191,22 @@ pid_t COSSLinuxFile::CheckForLock()
 
 bool COSSLinuxFile::ApplyLock(int flags)
 {
-    // Readers and read-write users (the pipes) never stand in anyone's way;
-    // only a write-only open claims the file.
-    if ((flags & O_ACCMODE) != O_WRONLY) {
-        return true;
-    }
     struct flock lock = WholeFileLock(F_WRLCK);
     if (fcntl(m_FileDescriptor, F_SETLK, &lock) == 0) {
         return true;
     }
     const int error = errno;
-    if (error == EAGAIN) {
-        // Another process took the lock after our check. F_SETLK does not
-        // say who, so ask; the owner may already be gone again (-1).
-        struct flock holder = WholeFileLock(F_WRLCK);
-        if (fcntl(m_FileDescriptor, F_GETLK, &holder) == -1) {
-            holder.l_pid = -1;
+    if (error == EAGAIN || error == EACCES) {
+        // Another process holds the file. F_SETLK does not say who, so ask
+        // now: the line naming the holder is the one a query before the
+        // lock would have printed. A holder already gone again (-1) is the
+        // race the lock line itself reports.
+        const pid_t owner = CheckForLock();
+        if (owner == -1 && m_LastError == 0) {
+            PrintLine("%d: COSSLinuxFile::ApplyLock(%d) locked by %d %s\n", static_cast<int>(getpid()), flags, -1,
+                      m_FileName);
         }
         m_LastError = FILE_ACCESS_DENIED;
-        PrintLine("%d: COSSLinuxFile::ApplyLock(%d) locked by %d %s\n", static_cast<int>(getpid()), flags,
-                  static_cast<int>(holder.l_pid), m_FileName);
     } else {
         m_LastError = error;
         PrintLine("Error in COSSLinuxFile::ApplyLock(%d): %d\n", flags, error);
@@ -249,7 +291,7 @@ template <typename Scanned, typename Stored>
 bool COSSLinuxFile::ReadStreamValue(Stored* Data, const char* Format)
 {
     VESK_ASSERT(Data);
-    FILE* pFile = m_pFile;
+    FILE* pFile = Stream();
     VESK_ASSERT(pFile);
     Scanned value{};
     if (std::fscanf(pFile, Format, &value) != EOF) {
@@ -269,7 +311,7 @@ template <typename Scanned, typename Stored>
 bool COSSLinuxFile::ReadStreamValues(Stored* Data, size_t Count, const char* Format)
 {
     VESK_ASSERT(Data);
-    FILE* pFile = m_pFile;
+    FILE* pFile = Stream();
     VESK_ASSERT(pFile);
     int error = 0;
     for (size_t i = 0; i < Count; ++i) {
@@ -338,7 +380,7 @@ bool COSSLinuxFile::ReadStream(char* Data, const char* Format)
 {
     VESK_ASSERT(Data);
     VESK_ASSERT(Format);
-    if (m_pFile == nullptr) {
+    if (Stream() == nullptr) {
         return false;
     }
     if (std::fscanf(m_pFile, Format, Data) != EOF) {
@@ -366,7 +408,7 @@ bool COSSLinuxFile::ReadStream(bool* Data)
 bool COSSLinuxFile::WriteStream(const char* Data)
 {
     VESK_ASSERT(Data);
-    if (m_pFile != nullptr) {
+    if (Stream() != nullptr) {
         m_LastError = 0;
         if (std::fputs(Data, m_pFile) == EOF) {
             m_LastError = errno;
@@ -436,7 +478,7 @@ int COSSLinuxFile::GetFileDescriptor() const
 
 bool COSSLinuxFile::SeekStream(long offset, int whence)
 {
-    if (m_pFile == nullptr) {
+    if (Stream() == nullptr) {
         return false;
     }
     m_LastError = 0;
@@ -448,7 +490,7 @@ bool COSSLinuxFile::SeekStream(long offset, int whence)
 
 long COSSLinuxFile::TellStream()
 {
-    if (m_pFile == nullptr) {
+    if (Stream() == nullptr) {
         return -1;
     }
     m_LastError = 0;

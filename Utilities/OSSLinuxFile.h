@@ -21,6 +21,12 @@ public:
     COSSLinuxFile(const char* Name, int flags, int mode);
     ~COSSLinuxFile() override;
 
+    // Files are opened and closed several times on every loop turn: the
+    // storage of closed ones is kept for the next open instead of going
+    // back to the heap.
+    static void* operator new(size_t Size);
+    static void operator delete(void* Block, size_t Size);
+
     bool Seek(int offset, int whence) override;
     bool Read(Buffer_Bytes_T* Buffer) override;
     bool Write(const Buffer_Bytes_T* Buffer) override;
@@ -57,9 +63,12 @@ private:
     // Owner of a lock that would keep this open from writing (or reading)
     // the whole file, or -1. A failed query is recorded as the last error.
     pid_t CheckForLock();
-    // Takes the whole-file write lock for write-only opens; false when that
+    // Takes the whole-file write lock of a write-only open; false when that
     // failed (last error -140 when another process holds it).
     bool ApplyLock(int flags);
+    // The text stream over the descriptor, made on first use; null with no
+    // descriptor or when it cannot be made (errno recorded).
+    FILE* Stream();
     void Close();
 
     // One typed value scanned with Format into a Scanned temporary and
@@ -74,6 +83,8 @@ private:
     int m_LastError;
     char m_FileName[256];
     FILE* m_pFile;
+    // Mode of the stream still to be made; null when there is none to make.
+    const char* m_StreamMode;
 };
 
 #endif

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
-          libbenchmark-dev iproute2 util-linux)
+          libbenchmark-dev iproute2 util-linux strace)
 
 missing=()
 for package in "${packages[@]}"; do

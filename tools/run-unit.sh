@@ -26,11 +26,8 @@ fi
 
 say() { printf '[unit] %s\n' "$*"; }
 
-ip link set lo up
-ip link add eth0 type veth peer name eth0-peer
-ip addr add 10.0.0.2/24 dev eth0
-ip link set eth0 up
-ip link set eth0-peer up
+source "$top/tools/unit-environment.sh"
+make_unit_network
 
 unit=$(mktemp -d /tmp/vesk-unit-XXXXXX)
 pids=()
@@ -41,32 +38,9 @@ cleanup() {
 }
 trap cleanup EXIT
 
-mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid,transducers}
-export NONPERSISTED_DATABASE_ROOT="$unit/nonpersisted"
-export DATABASE_DIR_SYSTEM_DATA="$unit/systemdata"
-export DATABASE_DIR_PING_PARAMETERS="$unit/pingparameters"
-export ROOT_DIR="$unit/root"
-export PID_LOCATION="$unit/pid"
-export IPC_MASTER_BOTTOM_TASK="$unit/MasterBottomTask.fifo"
-export IPC_ERROR_HANDLER_TASK="$unit/ErrorHandlerTask.fifo"
-export IPC_LED_TASK="$unit/LedTask.fifo"
-export PRIMARY_PING_TASK_FILE_EXTENSTION=PPT
-export SECONDARY_PING_TASK_FILE_EXTENSTION=SPT
-export EMBEDDED_SERIAL_NUMBER_OVERRIDE=40321
-export SUPPORTED_TRANSDUCER_DIR="$unit/transducers"
-export TRANSDUCER_ID_FILE_PREFIX=TransducerId
-export SPEED_TRANSDUCER_ID_FILE_PREFIX=SpeedTransducerId
+make_unit_environment "$unit"
 "$build/tools/MakeTransducerFiles" "$SUPPORTED_TRANSDUCER_DIR" "$TRANSDUCER_ID_FILE_PREFIX" \
     "$SPEED_TRANSDUCER_ID_FILE_PREFIX"
-models=(ORVA1 ORVA2 ORVA3 ORVA4 ORVA5 ORVA6 ORVA7 ORVA8 ORVA9 ORVA10 ORVA11
-        BELTA BELTA2 CIRNA1 CIRNA2 CIRNA3 CIRNA4 DUSKO1 DUSKO2 DUSKO3 DUSKO4 DUSKO5)
-number=100
-for model in "${models[@]}"; do
-    export "PRODUCT_ID_$model=M${number}-$model"
-    number=$((number + 1))
-done
-export PRODUCT_ID="${PRODUCT_ID_DUSKO5}-rev2"
-mkfifo "$IPC_MASTER_BOTTOM_TASK" "$IPC_ERROR_HANDLER_TASK" "$IPC_LED_TASK"
 
 sim="$build/tools/UnitSimulator"
 say "unit directory $unit, eth0 10.0.0.2/24, product $PRODUCT_ID, serial $EMBEDDED_SERIAL_NUMBER_OVERRIDE"

@@ -35,7 +35,8 @@ MasterBottomTask::MasterBottomTask(IOSSFactory* pFactory)
       m_ServiceInfo(pFactory),
       m_DestinationAddress(std::string(m_ServiceInfo.GetOutputIPAddressText()),
                            std::ios_base::in | std::ios_base::out),
-      m_DestinationPort(m_ServiceInfo.GetDataPort())
+      m_DestinationPort(m_ServiceInfo.GetDataPort()),
+      m_DestinationAddressText(m_DestinationAddress.str())
 {
     // From here on events and acknowledgements carry this task's name.
     m_pFactory->SetName(m_TaskName);
@@ -91,43 +92,49 @@ VeskEventCode_T MasterBottomTask::Start(int /*Argument*/)
     // A task whose construction failed has no reader, decoder or PID file.
     VESK_ASSERT(m_Status == SUCCESS);
 
-    Pipe_Buffer_T message;
     VeskEventCode_T result = SUCCESS;
-    VeskEventCode_T lastAnswer = SUCCESS;
 
     m_pFactory->SendEvent(cInfoLevel, SUCCESS, cWhere, "MasterBottomTask starting");
     m_PidFile->WritePidFile();
 
     while (result == SUCCESS) {
-        const int ready = m_pMasterBottomTaskCommandPipe->Poll(POLLIN, cCommandPollTimeoutMs);
-        if (ready < 0) {
-            m_Status = m_pMasterBottomTaskCommandPipe->GetLastError();
-            m_pFactory->SendEvent(cErrorLevel, m_Status, cWhere, "failed to poll command pipe");
-        } else if (ready > 0) {
-            m_Status = m_pPipeReader->ReadPipeMessage(m_pMasterBottomTaskCommandPipe.get(), &message, '\0');
-            if (m_Status != SUCCESS) {
-                m_pFactory->SendEvent(cErrorLevel, m_Status, cWhere, "failed to read command pipe");
-            } else {
-                lastAnswer = HandleCommand(reinterpret_cast<const char*>(message.ptr()));
-                if (lastAnswer != SUCCESS) {
-                    m_Status = lastAnswer;
-                    if (lastAnswer == SHUTDOWN_TASK_REQUEST) {
-                        result = lastAnswer;
-                    } else {
-                        m_pFactory->SendEvent(cErrorLevel, lastAnswer, cWhere, "Command decode Unknown");
-                    }
-                }
-            }
-            // Also after a failed read: a buffer left at the size of a failed
-            // read would make every later message fail one byte at a time.
-            message.Reset();
-        }
-        SetMasterBottomRecord();
-        SendMasterBottom();
+        result = RunTurn(cCommandPollTimeoutMs);
     }
 
     m_PidFile->RemovePidFile();
-    m_pFactory->SendEvent(cInfoLevel, lastAnswer, cWhere, "MasterBottomTask Task ending");
+    m_pFactory->SendEvent(cInfoLevel, m_LastAnswer, cWhere, "MasterBottomTask Task ending");
+    return result;
+}
+
+VeskEventCode_T MasterBottomTask::RunTurn(int TimeoutMs)
+{
+    static const char* const cWhere = "MasterBottomTask::Start";
+    VeskEventCode_T result = SUCCESS;
+    const int ready = m_pMasterBottomTaskCommandPipe->Poll(POLLIN, TimeoutMs);
+    if (ready < 0) {
+        m_Status = m_pMasterBottomTaskCommandPipe->GetLastError();
+        m_pFactory->SendEvent(cErrorLevel, m_Status, cWhere, "failed to poll command pipe");
+    } else if (ready > 0) {
+        m_Status = m_pPipeReader->ReadPipeMessage(m_pMasterBottomTaskCommandPipe.get(), &m_Message, '\0');
+        if (m_Status != SUCCESS) {
+            m_pFactory->SendEvent(cErrorLevel, m_Status, cWhere, "failed to read command pipe");
+        } else {
+            m_LastAnswer = HandleCommand(reinterpret_cast<const char*>(m_Message.ptr()));
+            if (m_LastAnswer != SUCCESS) {
+                m_Status = m_LastAnswer;
+                if (m_LastAnswer == SHUTDOWN_TASK_REQUEST) {
+                    result = m_LastAnswer;
+                } else {
+                    m_pFactory->SendEvent(cErrorLevel, m_LastAnswer, cWhere, "Command decode Unknown");
+                }
+            }
+        }
+        // Also after a failed read: a buffer left at the size of a failed
+        // read would make every later message fail one byte at a time.
+        m_Message.Reset();
+    }
+    SetMasterBottomRecord();
+    SendMasterBottom();
     return result;
 }
 
@@ -185,7 +192,7 @@ VeskEventCode_T MasterBottomTask::SendMasterBottom()
     if (m_Sonar4Object->ConstructMessage(Message_Id_Sonar4_Master_Bottom_Record, &buffer, 0) != SUCCESS) {
         return SUCCESS;
     }
-    if (!m_pSocket->Send(&buffer, m_DestinationAddress.str().c_str(), static_cast<IP_Port_T>(m_DestinationPort))) {
+    if (!m_pSocket->Send(&buffer, m_DestinationAddressText.c_str(), static_cast<IP_Port_T>(m_DestinationPort))) {
         // Nothing to do about a lost datagram: the next turn sends again.
         (void)m_pSocket->GetLastError();
     }

@@ -10,6 +10,7 @@
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseServiceInfoMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
+#include "Utilities/ByteBuffer.h"
 #include "Utilities/VeskEventCode.h"
 #include "tasks/MasterBottomTask/IVesk900Task.h"
 
@@ -39,6 +40,11 @@ public:
     VeskEventCode_T Start(int Argument) override;
     VeskEventCode_T GetStatus() override;
 
+    // One turn of the loop: waits up to TimeoutMs for a command and acts on
+    // it, then recomputes, stores and broadcasts the master bottom. 0, or
+    // -135 once "Shutdown" was read. Needs a task whose construction
+    // succeeded.
+    VeskEventCode_T RunTurn(int TimeoutMs);
     // Recomputes and stores the master bottom record.
     VeskEventCode_T SetMasterBottomRecord();
     // Builds the master bottom message from the record file and sends it.
@@ -69,6 +75,12 @@ private:
     CDatabaseServiceInfoMessage m_ServiceInfo;
     std::stringstream m_DestinationAddress;
     uint32_t m_DestinationPort;
+    // The stream's text, taken once: nothing writes the stream after
+    // construction, and a send should not copy it every turn.
+    const std::string m_DestinationAddressText;
+    // The command buffer and the last answer given, kept from turn to turn.
+    Pipe_Buffer_T m_Message;
+    VeskEventCode_T m_LastAnswer = SUCCESS;
 };
 
 #endif

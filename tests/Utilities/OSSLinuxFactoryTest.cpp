@@ -32,6 +32,8 @@ TEST_F(OSSLinuxFactoryTest, CheckForFileMatchesOnlyARegularFileAndCheckForDirSay
     for (const auto& [directory, found] : rows) {
         EXPECT_EQ(m_Factory.CheckForFile((m_Sandbox / directory).c_str(), "a"), found) << directory;
     }
+    // A name reaching into a sub-directory is no entry of the directory.
+    EXPECT_FALSE(m_Factory.CheckForFile(m_Sandbox.Path().c_str(), "file-a/a"));
     EXPECT_TRUE(m_Factory.CheckForDir(m_Sandbox.Path().c_str()));
     EXPECT_FALSE(m_Factory.CheckForDir((m_Sandbox / "missing").c_str()));
     EXPECT_FALSE(m_Factory.CheckForDir(file.c_str()));

@@ -1,11 +1,13 @@
 #include "Utilities/OSSLinuxFile.h"
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -29,6 +31,61 @@ TEST(OSSLinuxFileLockTest, WriteOnlyHolderInAnotherProcessRefusesEveryOpen)
     }
     writer.Release();
     EXPECT_EQ(COSSLinuxFile(path.c_str(), O_RDONLY, 0).GetLastError(), 0) << "the lock went with its holder";
+}
+
+// A read lock taken by a process outside the file layer conflicts with every
+// open too, and the one line printed names it with its type; a missing file
+// is only its errno, with nothing printed.
+TEST(OSSLinuxFileLockTest, ForeignReadLockIsNamedOnceAndAMissingFileSaysNothing)
+{
+    CSandbox sandbox;
+    const std::string path = sandbox.WriteFile("Record.bin", "data");
+    int ready[2];
+    int release[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(release), 0);
+    std::fflush(stdout);
+    const pid_t holder = fork();
+    if (holder == 0) {
+        close(release[1]);
+        const int fd = open(path.c_str(), O_RDONLY);
+        struct flock lock {};
+        lock.l_type = F_RDLCK;
+        lock.l_whence = SEEK_SET;
+        const char locked = fcntl(fd, F_SETLK, &lock) == 0 ? 1 : 0;
+        char byte;
+        if (write(ready[1], &locked, 1) == 1) {
+            (void)!read(release[0], &byte, 1);  // returns once the test closes its end
+        }
+        _exit(0);
+    }
+    close(ready[1]);
+    close(release[0]);
+    char locked = 0;
+    ASSERT_EQ(read(ready[0], &locked, 1), 1);
+    ASSERT_EQ(locked, 1);
+    const std::string lockedBy = std::to_string(getpid()) + " COSSLinuxFile::CheckForLock() " + path + " locked by " +
+                                 std::to_string(holder) + " for " + std::to_string(F_RDLCK) + "\n";
+    for (int flags : {O_RDONLY, O_WRONLY, O_RDWR, O_WRONLY | O_CREAT}) {
+        int error = 0;
+        EXPECT_EQ(CaptureStdout(sandbox / "stdout",
+                                [&] { error = COSSLinuxFile(path.c_str(), flags, 0600).GetLastError(); }),
+                  lockedBy)
+            << flags;
+        EXPECT_EQ(error, -140) << flags;
+    }
+    close(release[1]);
+    ASSERT_EQ(waitpid(holder, nullptr, 0), holder);
+    EXPECT_EQ(COSSLinuxFile(path.c_str(), O_WRONLY, 0).GetLastError(), 0) << "the lock went with its holder";
+
+    const std::string missing = sandbox / "missing/Record.bin";
+    for (int flags : {O_RDONLY, O_WRONLY, O_WRONLY | O_CREAT}) {
+        int error = 0;
+        EXPECT_EQ(CaptureStdout(sandbox / "stdout",
+                                [&] { error = COSSLinuxFile(missing.c_str(), flags, 0600).GetLastError(); }),
+                  "");
+        EXPECT_EQ(error, ENOENT) << flags;
+    }
 }
 
 TEST(OSSLinuxFileLockTest, ReadersNeverStopAWriterWhoThenHoldsTheFile)
