@@ -85,11 +85,11 @@ bool CDatabaseFile::FileExists() const
     return m_pFactory->CheckForFile(m_Directory.c_str(), m_FileName.c_str());
 }
 
-void CDatabaseFile::RemoveFile() const
+VeskEventCode_T CDatabaseFile::RemoveFile() const
 {
-    // Only a shell that cannot start fails here, and the next load finds out
-    // about a file that is still there anyway.
-    m_pFactory->RemoveFiles(m_Directory.c_str(), m_FileName.c_str());
+    // Only a shell that cannot start fails here; the loaders ignore it, as
+    // the next load finds out about a file that is still there anyway.
+    return m_pFactory->RemoveFiles(m_Directory.c_str(), m_FileName.c_str());
 }
 
 std::string CDatabaseFile::Where(const char* Separator, const char* Operation) const

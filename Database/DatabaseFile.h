@@ -117,8 +117,9 @@ protected:
     void SetLastError(VeskEventCode_T Error) { m_LastError = Error; }
 
     bool FileExists() const;
-    // Deletes the file (a rejected or truncated one).
-    void RemoveFile() const;
+    // Deletes the file (a rejected or truncated one, or one about to be
+    // replaced). Fails only when the shell cannot be started.
+    VeskEventCode_T RemoveFile() const;
     // "<class><separator><operation>", the where-text of an event.
     std::string Where(const char* Separator, const char* Operation) const;
 

@@ -195,9 +195,15 @@ VeskEventCode_T CDatabaseRecord::DecodeMessage(const Buffer_Bytes_T* Buffer)
 
 VeskEventCode_T CDatabaseRecord::CreateMessage(Buffer_Bytes_T* Buffer)
 {
-    VESK_ASSERT(Buffer);
+    const DatabaseRecordDescription_T& texts = m_Description;
+    VESK_ASSERT_TEXT(Buffer, texts.NullBufferAssertion ? texts.NullBufferAssertion : "Buffer");
+    if (texts.EmptyBufferAssertion) {
+        VESK_ASSERT_TEXT(Buffer->size() != 0, texts.EmptyBufferAssertion);
+    }
     VESK_ASSERT_TEXT(Buffer->size() >= m_PacketSize,
-                     (std::string("Buffer->size() >= sizeof(") + m_Description.Names.Member + ")").c_str());
+                     texts.SmallBufferAssertion
+                         ? texts.SmallBufferAssertion
+                         : (std::string("Buffer->size() >= sizeof(") + texts.Names.Member + ")").c_str());
     if (const VeskEventCode_T result = readDB()) {
         return result;
     }

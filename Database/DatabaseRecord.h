@@ -79,6 +79,12 @@ struct DatabaseRecordDescription_T {
     // when the store is deferred; the rest keep their values. All of them
     // by default.
     size_t MissingFileResetBytes = SIZE_MAX;
+    // Assertion texts of CreateMessage for records that word them their own
+    // way; null: the tested expression. An empty-buffer text adds that check
+    // ahead of the size check.
+    const char* NullBufferAssertion = nullptr;
+    const char* EmptyBufferAssertion = nullptr;
+    const char* SmallBufferAssertion = nullptr;
 };
 
 // The machinery shared by every binary record. It does not own the packet:

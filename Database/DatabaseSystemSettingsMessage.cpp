@@ -1,5 +1,7 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 
+#include "Database/DatabaseSupportedTransducersMessage.h"
+
 // An all-zero payload: no depth offset until the settings are received.
 const DatabaseRecordDescription_T CDatabaseSystemSettingsMessage::cDescription = {
     {"CDatabaseSystemSettingsMessage", "DATABASE_DIR_SYSTEM_DATA"},
@@ -9,4 +11,9 @@ const DatabaseRecordDescription_T CDatabaseSystemSettingsMessage::cDescription =
 CDatabaseSystemSettingsMessage::CDatabaseSystemSettingsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)
 {
+}
+
+uint16_t CDatabaseSystemSettingsMessage::GetNumDepthTypeTransducers()
+{
+    return CDatabaseSupportedTransducersMessage::GetNumDepthTypeTransducers();
 }

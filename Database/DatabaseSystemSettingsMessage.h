@@ -28,6 +28,10 @@ public:
     explicit CDatabaseSystemSettingsMessage(IOSSFactory* pFactory);
 
     int32_t GetDepthOffset() const { return m_Packet.GetDepthOffset(); }
+    // Depth transducer selections the settings may name (legacy depth and
+    // test transducers), as the last enumeration of the supported
+    // transducers counted them.
+    static uint16_t GetNumDepthTypeTransducers();
     // In memory only; call writeDB() to store.
     void SetDepthOffset(int32_t Offset) { m_Packet.SetDepthOffset(Offset); }
 };

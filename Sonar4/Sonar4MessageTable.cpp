@@ -11,9 +11,11 @@
 #include "Sonar4/Sonar4PingResultsMessage.h"
 #include "Sonar4/Sonar4RecordingStatusMessage.h"
 #include "Sonar4/Sonar4ServiceInfoMessage.h"
+#include "Sonar4/Sonar4SupportedTransducersMessage.h"
 #include "Sonar4/Sonar4SystemLimitsMessage.h"
 #include "Sonar4/Sonar4SystemSettingsMessage.h"
 #include "Sonar4/Sonar4SystemStatusDataMessage.h"
+#include "Sonar4/Sonar4TransducersFittedMessage.h"
 #include "Sonar4/Sonar4UnitInfoMessage.h"
 #include "Utilities/VeskAssert.h"
 
@@ -131,6 +133,21 @@ Sonar4MessageRow_T ServiceInfoRow()
              Packet::cFields, sizeof(Packet::cFields) / sizeof(Packet::cFields[0])}};
 }
 
+VeskEventCode_T ReloadSupportedTransducers(ISonar4Message& Message)
+{
+    return static_cast<CSonar4SupportedTransducersMessage&>(Message).ReloadRecord();
+}
+
+// Received settings may name a transducer of the list: the codec reloads it
+// through this row first.
+Sonar4MessageRow_T SupportedTransducersRow()
+{
+    Sonar4MessageRow_T row = RecordRow<CSonar4SupportedTransducersMessage>("CSonar4SupportedTransducersMessage",
+                                                                            RECEIVE_LEFT_TO_CALLER);
+    row.Reload = &ReloadSupportedTransducers;
+    return row;
+}
+
 Sonar4MessageRow_T PingResultsRow()
 {
     return {Message_Id_Sonar4_Ping_Results,
@@ -161,9 +178,8 @@ const Sonar4MessageTable_T& GetSonar4MessageTable()
         RecordRow<CSonar4EnvironmentLimitsMessage>("CSonar4EnvironmentLimitsMessage", RECEIVE_LEFT_TO_CALLER),
         RecordRow<CSonar4SystemLimitsMessage>("CSonar4SystemLimitsMessage", RECEIVE_LEFT_TO_CALLER),
         RecordRow<CSonar4MasterBottomRecordMessage>("CSonar4MasterBottomRecordMessage", RECEIVE_LEFT_TO_CALLER),
-        // Place of the supported transducers row (0x270109, left to the
-        // caller; its Reload is what a received system settings packet
-        // triggers), then of the transducers fitted row (0x27010A).
+        SupportedTransducersRow(),
+        RecordRow<CSonar4TransducersFittedMessage>("CSonar4TransducersFittedMessage", RECEIVE_LEFT_TO_CALLER),
         RecordRow<CSonar4CommandMessage>("CSonar4CommandMessage", RECEIVE_DECODED),
         RecordRow<CSonar4ErrorStatusMessage>("CSonar4ErrorStatusMessage", RECEIVE_LEFT_TO_CALLER),
         ServiceInfoRow(),

@@ -18,7 +18,7 @@ if [ -z "${VESK_UNIT_NETNS:-}" ]; then
     if [ ! -f "$build/build.ninja" ]; then
         cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++ >/dev/null
     fi
-    ninja -C "$build" MasterBottomTask UnitSimulator >/dev/null
+    ninja -C "$build" MasterBottomTask UnitSimulator MakeTransducerFiles >/dev/null
     as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     exec "${as_root[@]}" unshare -n env VESK_UNIT_NETNS=1 "$0" "$@"
@@ -39,9 +39,12 @@ cleanup() {
 trap cleanup EXIT
 
 make_unit_environment "$unit"
+"$build/tools/MakeTransducerFiles" "$SUPPORTED_TRANSDUCER_DIR" "$TRANSDUCER_ID_FILE_PREFIX" \
+    "$SPEED_TRANSDUCER_ID_FILE_PREFIX"
 
 sim="$build/tools/UnitSimulator"
 say "unit directory $unit, eth0 10.0.0.2/24, product $PRODUCT_ID, serial $EMBEDDED_SERIAL_NUMBER_OVERRIDE"
+say "legacy transducer files: $(cd "$SUPPORTED_TRANSDUCER_DIR" && echo *)"
 
 # Pipe readers of the error handler and LED tasks: NUL-terminated messages.
 serve_pipe() {

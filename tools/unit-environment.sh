@@ -13,7 +13,7 @@ make_unit_network() {
 # unit, all inside the directory $1.
 make_unit_environment() {
     local unit=$1 model number=100
-    mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid}
+    mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid,transducers}
     export NONPERSISTED_DATABASE_ROOT="$unit/nonpersisted"
     export DATABASE_DIR_SYSTEM_DATA="$unit/systemdata"
     export DATABASE_DIR_PING_PARAMETERS="$unit/pingparameters"
@@ -25,6 +25,10 @@ make_unit_environment() {
     export PRIMARY_PING_TASK_FILE_EXTENSTION=PPT
     export SECONDARY_PING_TASK_FILE_EXTENSTION=SPT
     export EMBEDDED_SERIAL_NUMBER_OVERRIDE=40321
+    # Legacy transducer files; the caller fills the directory.
+    export SUPPORTED_TRANSDUCER_DIR="$unit/transducers"
+    export TRANSDUCER_ID_FILE_PREFIX=TransducerId
+    export SPEED_TRANSDUCER_ID_FILE_PREFIX=SpeedTransducerId
     for model in ORVA1 ORVA2 ORVA3 ORVA4 ORVA5 ORVA6 ORVA7 ORVA8 ORVA9 ORVA10 ORVA11 \
                  BELTA BELTA2 CIRNA1 CIRNA2 CIRNA3 CIRNA4 DUSKO1 DUSKO2 DUSKO3 DUSKO4 DUSKO5; do
         export "PRODUCT_ID_$model=M${number}-$model"

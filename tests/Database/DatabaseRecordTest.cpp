@@ -20,6 +20,7 @@
 #include "Database/DatabaseUnitInfoMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
+#include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
@@ -109,6 +110,10 @@ TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
         {"system limits", [&]() -> std::string { return CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(); },
          "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"},
         {"master bottom", [&]() -> std::string { return Record(&m_Factory).GetDBFilePath(); }, "00 00 00 00 80 00"},
+        // One transducer fitted, its entry not yet filled in.
+        {"transducers fitted",
+         [&]() -> std::string { return CDatabaseTransducersFittedMessage(&m_Factory).GetDBFilePath(); },
+         "01 " + Hex(std::string(40, '\0'))},
     };
     for (const auto& [name, make, payload] : cases) {
         SCOPED_TRACE(name);

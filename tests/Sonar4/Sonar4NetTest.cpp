@@ -52,7 +52,8 @@ TEST_F(Sonar4Test, TheCodecMakesEveryMessageInItsOrderAndBuildsFromTheRecordFile
 {
     // The order of making (rows added later may stand between these).
     const std::vector<LNET_MESSAGE_ID_T> order = {0x270106, 0x27010B, 0x270102, 0x270100, 0x270101, 0x270103,
-                                                  0x270104, 0x270105, 0x270107, 0x270108, 0x27010C, 0x27010D,
+                                                  0x270104, 0x270105, 0x270107, 0x270108, 0x270109, 0x27010A,
+                                                  0x27010C, 0x27010D,
                                                   Sonar4_Service_Info_Message, Sonar4_Unit_Info_Message, 0x27010E};
     std::vector<LNET_MESSAGE_ID_T> made;
     for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
