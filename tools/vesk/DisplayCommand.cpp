@@ -1,0 +1,118 @@
+// vesk display: a stand-in for a display unit, joining the unit's
+// multicast group and printing each change of the master bottom.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+
+#include "Database/DatabaseMasterBottomRecordMessage.h"
+#include "Database/DatabaseServiceInfoMessage.h"
+#include "Utilities/IOSSFactory.h"
+#include "tools/vesk/StopSignal.h"
+#include "tools/vesk/ToolCommand.h"
+
+namespace {
+
+const char* OffsetModeText(uint8_t Mode)
+{
+    switch (Mode) {
+    case 0:
+        return "no offset";
+    case 1:
+        return "negative offset";
+    case 2:
+        return "positive offset";
+    default:
+        return "unknown offset mode";
+    }
+}
+
+int Run(IOSSFactory* pFactory, CToolArgs& Args)
+{
+    long long seconds = 0;
+    std::string value;
+    if (Args.TakeOption("seconds", &value, true) && !ParseNumber(value, 1, 86400, seconds)) {
+        return Args.UsageError("--seconds takes 1 to 86400");
+    }
+    if (!Args.Empty()) {
+        return Args.UsageError("unexpected argument " + Args.Peek());
+    }
+    if (pFactory->GetEnv("DATABASE_DIR_SYSTEM_DATA") == nullptr) {
+        return Args.Error(TOOL_UNAVAILABLE, "DATABASE_DIR_SYSTEM_DATA is not set (the service info record is there)");
+    }
+    CDatabaseServiceInfoMessage serviceInfo(pFactory);
+    const std::string group = serviceInfo.GetOutputIPAddressText();
+    const IP_Port_T port = static_cast<IP_Port_T>(serviceInfo.GetDataPort());
+
+    std::unique_ptr<IOSSNetwork> socket(pFactory->CreateNetwork(AF_INET, SOCK_DGRAM, 17, SYSTEM_ADDRESS_TEN_NET));
+    const int reuse = 1;
+    socket->SetSockOpt(SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
+    if (!socket->Bind(port)) {
+        return Args.Error(TOOL_UNAVAILABLE,
+                          "cannot bind port " + std::to_string(port) + ": " + std::strerror(socket->GetLastError()));
+    }
+    ip_mreq membership{};
+    membership.imr_multiaddr.s_addr = inet_addr(group.c_str());
+    AUINT32 ownAddress = 0;
+    socket->GetSystemIPAddress(&ownAddress);
+    membership.imr_interface.s_addr = ownAddress;
+    if (!socket->SetSockOpt(IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership))) {
+        return Args.Error(TOOL_UNAVAILABLE, "cannot join " + group + ": " + std::strerror(socket->GetLastError()));
+    }
+    std::printf("[display] listening on %s port %u\n", group.c_str(), port);
+    std::fflush(stdout);
+
+    CatchStopSignals();
+    const time_t end = seconds > 0 ? time(nullptr) + seconds : 0;
+    bool haveLast = false;
+    Sonar4MasterBottomRecordPacket last{};
+    unsigned long received = 0;
+    while (!StopRequested() && (end == 0 || time(nullptr) < end)) {
+        pollfd ready{socket->GetSocket(), POLLIN, 0};
+        if (poll(&ready, 1, 200) <= 0) {
+            continue;
+        }
+        Sonar4MasterBottomRecordPacket packet{};
+        Buffer_Bytes_T buffer(packet.data(), sizeof(packet));
+        if (!socket->Receive(&buffer) || buffer.size() != sizeof(packet) ||
+            packet.GetMessageID() != Message_Id_Sonar4_Master_Bottom_Record) {
+            continue;
+        }
+        ++received;
+        if (haveLast && packet.GetMasterDepth() == last.GetMasterDepth() &&
+            packet.GetOffsetMode() == last.GetOffsetMode()) {
+            continue;
+        }
+        haveLast = true;
+        last = packet;
+        const std::string depth = packet.GetMasterDepth() == Sonar4MasterBottomRecordPacket::cNoBottom
+                                      ? std::string("none")
+                                      : std::to_string(packet.GetMasterDepth());
+        std::printf("[display] master bottom: %s (%s), message %lu from unit %u\n", depth.c_str(),
+                    OffsetModeText(packet.GetOffsetMode()), received, packet.GetSerialNumber());
+        std::fflush(stdout);
+    }
+    std::printf("[display] %lu master bottom messages received\n", received);
+    return received > 0 ? TOOL_OK : TOOL_FAILED;
+}
+
+} // namespace
+
+const ToolCommand_T cDisplayCommand = {
+    "display", "stand-in for a display unit: prints each change of the master bottom",
+    "usage: vesk display [--seconds N]\n"
+    "\n"
+    "Joins the unit's multicast group on its data port (both from the service\n"
+    "info record in DATABASE_DIR_SYSTEM_DATA) and prints each change of the\n"
+    "master bottom, until stopped (SIGINT, SIGTERM) or N seconds have passed.\n"
+    "\n"
+    "exit: 0 master bottom messages were received; 1 none came;\n"
+    "      2 wrong command line; 3 the group could not be joined\n",
+    &Run};
