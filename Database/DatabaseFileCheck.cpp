@@ -40,6 +40,10 @@ bool CDatabaseFileCheck::Inspect(const RecordFileExpectation_T& Record, const st
 {
     std::ifstream in(Path, std::ios::binary);
     if (!in) {
+        if (errno == ENOTDIR) {
+            // The directory check names the variable.
+            return false;
+        }
         if (errno == ENOENT) {
             Findings.push_back({ConfigFinding_T::NOTE, Path, "missing: created with its defaults at the start"});
         } else {

@@ -68,15 +68,17 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
     const ConfigFindings_T findings = CheckAll(pFactory);
     Print(findings, quiet);
     size_t problems = 0;
+    bool repairable = false;
     for (const ConfigFinding_T& finding : findings) {
         problems += finding.Severity == ConfigFinding_T::PROBLEM ? 1 : 0;
+        repairable = repairable || finding.Repairable;
     }
     if (problems == 0) {
         std::printf("check: a start can succeed\n");
         return TOOL_OK;
     }
     std::printf("check: %zu problem%s; the task would not start cleanly%s\n", problems, problems == 1 ? "" : "s",
-                repair ? "" : " (vesk check --repair removes what is marked repairable)");
+                repairable ? " (vesk check --repair removes what is marked repairable)" : "");
     return TOOL_FAILED;
 }
 
