@@ -1,9 +1,7 @@
 // vesk display: a stand-in for a display unit, joining the unit's
 // multicast group and printing each change of the master bottom.
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -13,8 +11,8 @@
 #include <string>
 
 #include "Database/DatabaseMasterBottomRecordMessage.h"
-#include "Database/DatabaseServiceInfoMessage.h"
 #include "Utilities/IOSSFactory.h"
+#include "tools/vesk/GroupSocket.h"
 #include "tools/vesk/StopSignal.h"
 #include "tools/vesk/ToolCommand.h"
 
@@ -47,29 +45,25 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
     if (pFactory->GetEnv("DATABASE_DIR_SYSTEM_DATA") == nullptr) {
         return Args.Error(TOOL_UNAVAILABLE, "DATABASE_DIR_SYSTEM_DATA is not set (the service info record is there)");
     }
-    CDatabaseServiceInfoMessage serviceInfo(pFactory);
-    const std::string group = serviceInfo.GetOutputIPAddressText();
-    const IP_Port_T port = static_cast<IP_Port_T>(serviceInfo.GetDataPort());
-
-    std::unique_ptr<IOSSNetwork> socket(pFactory->CreateNetwork(AF_INET, SOCK_DGRAM, 17, SYSTEM_ADDRESS_TEN_NET));
-    const int reuse = 1;
-    socket->SetSockOpt(SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
-    if (!socket->Bind(port)) {
-        return Args.Error(TOOL_UNAVAILABLE,
-                          "cannot bind port " + std::to_string(port) + ": " + std::strerror(socket->GetLastError()));
+    // The task's service info record (made at its start) says where it publishes.
+    const char* directory = pFactory->GetEnv("DATABASE_DIR_SYSTEM_DATA");
+    const std::string serviceInfo = std::string(directory) + "/ServiceInfo.bin";
+    CatchStopSignals();
+    // A display comes up before or after the unit: wait for the unit's record.
+    while (access(serviceInfo.c_str(), F_OK) != 0 && !StopRequested()) {
+        SleepMs(100);
     }
-    ip_mreq membership{};
-    membership.imr_multiaddr.s_addr = inet_addr(group.c_str());
-    AUINT32 ownAddress = 0;
-    socket->GetSystemIPAddress(&ownAddress);
-    membership.imr_interface.s_addr = ownAddress;
-    if (!socket->SetSockOpt(IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership))) {
-        return Args.Error(TOOL_UNAVAILABLE, "cannot join " + group + ": " + std::strerror(socket->GetLastError()));
+    std::string error;
+    const UnitGroup_T where = ReadUnitGroup(serviceInfo, error);
+    const std::unique_ptr<IOSSNetwork> socket = error.empty() ? JoinUnitGroup(pFactory, where, error) : nullptr;
+    if (!socket) {
+        return Args.Error(TOOL_UNAVAILABLE, error);
     }
+    const std::string& group = where.Group;
+    const IP_Port_T port = where.Port;
     std::printf("[display] listening on %s port %u\n", group.c_str(), port);
     std::fflush(stdout);
 
-    CatchStopSignals();
     const time_t end = seconds > 0 ? time(nullptr) + seconds : 0;
     bool haveLast = false;
     Sonar4MasterBottomRecordPacket last{};
