@@ -150,13 +150,16 @@ VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t 
 
 uint32_t CDatabaseFile::GetUnitSerialNumber()
 {
-    if (m_SerialNumber != 0) {
-        return m_SerialNumber;
-    }
-    if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
-        m_SerialNumber = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
-    } else {
-        m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
+    if (m_SerialNumber == 0) {
+        m_SerialNumber = LookUpUnitSerialNumber(m_pFactory);
     }
     return m_SerialNumber;
+}
+
+uint32_t CDatabaseFile::LookUpUnitSerialNumber(IOSSFactory* pFactory)
+{
+    if (const char* text = pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
+        return static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+    }
+    return CSerialNumberInfo().GetSerialNumber();
 }
