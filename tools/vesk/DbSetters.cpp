@@ -1,5 +1,6 @@
 #include "tools/vesk/DbSetters.h"
 
+#include <cctype>
 #include <cstdint>
 #include <functional>
 
@@ -9,6 +10,19 @@
 #include "tools/vesk/StopSignal.h"
 
 namespace {
+
+// "DepthOffset", "depth offset" and "depth-offset" name the same field: the
+// first as the setter names it, the second as vesk db show prints it.
+std::string Normal(const std::string& Name)
+{
+    std::string normal;
+    for (const unsigned char c : Name) {
+        if (std::isalnum(c)) {
+            normal += static_cast<char>(std::tolower(c));
+        }
+    }
+    return normal;
+}
 
 struct FieldRange_T {
     const char* Name;
@@ -21,7 +35,7 @@ std::string ValidateAgainst(const std::vector<DbFieldValue_T>& Values, std::init
     for (const DbFieldValue_T& value : Values) {
         bool known = false;
         for (const FieldRange_T& range : Ranges) {
-            if (value.Field != range.Name) {
+            if (Normal(value.Field) != Normal(range.Name)) {
                 continue;
             }
             known = true;
@@ -112,7 +126,7 @@ VeskEventCode_T ApplyLocalBottom(IOSSFactory* pFactory, const std::string& Exten
     return LoadSetStore<CDatabaseLocalBottomRecord>(
         record, Values,
         [](CDatabaseLocalBottomRecord& r, const DbFieldValue_T& v) {
-            if (v.Field == "Depth") {
+            if (Normal(v.Field) == "depth") {
                 r.SetDepth(static_cast<int32_t>(v.Value));
             } else {
                 r.SetState(static_cast<uint8_t>(v.Value));

@@ -14,8 +14,8 @@
 
 namespace {
 
-const ToolCommand_T* const cCommands[] = {&cDbCommand, &cCheckCommand,    &cSendCommand,
-                                          &cPingTaskCommand, &cDisplayCommand};
+const ToolCommand_T* const cCommands[] = {&cDumpCommand, &cDbCommand, &cCheckCommand,    &cSendCommand,
+                                          &cPingTaskCommand, &cDisplayCommand, &cDissectorCommand};
 
 void Overview(FILE* Out)
 {
