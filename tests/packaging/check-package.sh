@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Builds the Debian package and checks that everything a unit needs is in
 # it, in its place, for the architecture the compiler builds for.
-# Usage: check-package.sh BUILD_DIR DEBIAN_ARCH LIBDIR
+# Usage: check-package.sh BUILD_DIR DEBIAN_ARCH LUA_PLUGIN_DIR
 set -euo pipefail
-build=$1 arch=$2 libdir=$3
+build=$1 arch=$2 plugins=${3#/}
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 (cd "$build" && cpack -G DEB -B "$out" >"$out/cpack.log" 2>&1) || { cat "$out/cpack.log"; exit 1; }
@@ -24,7 +24,7 @@ expect '-rw-r--r--' usr/lib/systemd/system/vesk-master-bottom-task.service
 expect '-rwxr-xr-x' etc/init.d/vesk-master-bottom-task
 expect '-rw-r--r--' usr/lib/tmpfiles.d/vesk.conf
 expect '-rw-r--r--' usr/lib/sysusers.d/vesk.conf
-expect '-rw-r--r--' "${libdir}/wireshark/plugins/vesk-sonar4.lua"
+expect '-rw-r--r--' "${plugins}/vesk-sonar4.lua"
 expect '-rw-r--r--' usr/share/doc/vesk-master-bottom-task/running-a-unit.md
 expect '-rw-r--r--' usr/share/doc/vesk-master-bottom-task/record-files.md
 expect '-rw-r--r--' usr/share/doc/vesk-master-bottom-task/wire-protocol.md

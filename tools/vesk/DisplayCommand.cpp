@@ -11,6 +11,7 @@
 #include <string>
 
 #include "Database/DatabaseMasterBottomRecordMessage.h"
+#include "Sonar4/Sonar4MessageTable.h"
 #include "Utilities/IOSSFactory.h"
 #include "tools/vesk/GroupSocket.h"
 #include "tools/vesk/StopSignal.h"
@@ -30,6 +31,18 @@ const char* OffsetModeText(uint8_t Mode)
     default:
         return "unknown offset mode";
     }
+}
+
+// The unit of the master depth as the message table states it.
+std::string DepthUnit()
+{
+    const Sonar4MessageRow_T* row = FindSonar4MessageRow(Message_Id_Sonar4_Master_Bottom_Record);
+    for (size_t i = 0; row != nullptr && i < row->Record.FieldCount; ++i) {
+        if (row->Record.Fields[i].Offset == Sonar4MasterBottomRecordPacket::cMasterDepthOffset) {
+            return row->Record.Fields[i].Unit;
+        }
+    }
+    return "";
 }
 
 int Run(IOSSFactory* pFactory, CToolArgs& Args)
@@ -65,6 +78,7 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
     std::fflush(stdout);
 
     const time_t end = seconds > 0 ? time(nullptr) + seconds : 0;
+    const std::string unit = DepthUnit();
     bool haveLast = false;
     Sonar4MasterBottomRecordPacket last{};
     unsigned long received = 0;
@@ -88,7 +102,7 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
         last = packet;
         const std::string depth = packet.GetMasterDepth() == Sonar4MasterBottomRecordPacket::cNoBottom
                                       ? std::string("none")
-                                      : std::to_string(packet.GetMasterDepth());
+                                      : std::to_string(packet.GetMasterDepth()) + " " + unit;
         std::printf("[display] master bottom: %s (%s), message %lu from unit %u\n", depth.c_str(),
                     OffsetModeText(packet.GetOffsetMode()), received, packet.GetSerialNumber());
         std::fflush(stdout);
