@@ -1,6 +1,5 @@
 // The generated capture dissector, run by tshark over packets our own codec
 // built and over a capture of the real task's broadcast.
-#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,6 +20,7 @@
 #include "Utilities/PcapFile.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -32,10 +32,7 @@ protected:
             GTEST_SKIP() << "tshark is not installed (tools/install-deps.sh installs it)";
         }
         m_Sandbox.SetUnitEnvironment();
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
-                              "ip link set eth0-peer up"),
-                  0);
+        ASSERT_TRUE(AddUnitInterface());
     }
 
     // tshark's verbose decode of Capture with the dissector; fails the test
@@ -126,16 +123,7 @@ TEST_F(DissectorNetTest, ACaptureOfTheTasksBroadcastShowsTheMasterBottom)
         ASSERT_EQ(bottom.writeDB(), SUCCESS);
     }
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
-    const pid_t launcher = fork();
-    if (launcher == 0) {
-        const int fd = open((m_Sandbox / "task.out").c_str(), O_WRONLY | O_CREAT, 0640);
-        dup2(fd, STDOUT_FILENO);
-        execl(VESK_TASK_BINARY, VESK_TASK_BINARY, static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(launcher, &status, 0);
-    ASSERT_EQ(status, 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
+    ASSERT_EQ(LaunchTask(m_Sandbox / "task.out"), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
 
     const std::string capture = m_Sandbox / "unit.pcap";
     const ToolRun_T dumped = RunTool({"dump", "--count", "3", "--save", capture});

@@ -1,6 +1,5 @@
 // vesk check and vesk send against the real task, in a network namespace
 // where eth0 has 10.0.0.2/24 as on a unit.
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -15,6 +14,7 @@
 #include "Utilities/LittleEndian.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -23,10 +23,7 @@ protected:
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
-                              "ip link set eth0-peer up"),
-                  0);
+        ASSERT_TRUE(AddUnitInterface());
         // The task is the launcher's child; it becomes ours when the launcher exits.
         ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
     }
@@ -44,21 +41,12 @@ protected:
     // when it did not exit (an abort).
     int Launch()
     {
-        const pid_t launcher = fork();
-        if (launcher == 0) {
-            const int fd = open((m_Sandbox / "task.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
-            dup2(fd, STDOUT_FILENO);
-            dup2(fd, STDERR_FILENO);
-            execl(VESK_TASK_BINARY, VESK_TASK_BINARY, static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        int status = 0;
-        waitpid(launcher, &status, 0);
+        const int status = LaunchTask(m_Sandbox / "task.out");
         const std::string pids = RunShell("ls " + std::string(getenv("PID_LOCATION")));
         if (!pids.empty()) {
             m_Reap.push_back(std::atoi(pids.c_str()));
         }
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return status;
     }
 
     std::string RunShell(const std::string& Command)
@@ -148,8 +136,10 @@ TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
         const char* Named;
     };
     const Corruption_T corruptions[] = {
-        {Db("MasterBottomRecord.bin"), Packet(0x270105, 22, 116, 1234, 22), "holds message id 0x270105 instead of 0x270108"},
-        {m_Sandbox / "systemdata/SystemSettings.bin", Packet(0x270106, 600, 116, 1234, 562), "size field says 600 instead of 562"},
+        {Db("MasterBottomRecord.bin"), Packet(0x270105, 22, 116, 1234, 22),
+         "holds message id 0x270105 instead of 0x270108"},
+        {m_Sandbox / "systemdata/SystemSettings.bin", Packet(0x270106, 600, 116, 1234, 562),
+         "size field says 600 instead of 562"},
     };
     for (const Corruption_T& corruption : corruptions) {
         SCOPED_TRACE(corruption.Path);

@@ -84,8 +84,8 @@ std::string ValidateSystemSettings(const std::vector<DbFieldValue_T>& Values)
     return ValidateAgainst(Values, {{"DepthOffset", INT32_MIN, INT32_MAX}});
 }
 
-VeskEventCode_T ApplySystemSettings(IOSSFactory* pFactory, const std::string&, const std::vector<DbFieldValue_T>& Values,
-                                    std::string& Path)
+VeskEventCode_T ApplySystemSettings(IOSSFactory* pFactory, const std::string&,
+                                    const std::vector<DbFieldValue_T>& Values, std::string& Path)
 {
     CDatabaseSystemSettingsMessage record(pFactory);
     return LoadSetStore<CDatabaseSystemSettingsMessage>(
@@ -140,10 +140,13 @@ VeskEventCode_T ApplyLocalBottom(IOSSFactory* pFactory, const std::string& Exten
 const std::vector<DbSetter_T>& DbSetters()
 {
     static const std::vector<DbSetter_T> cSetters = {
-        {"SystemSettings", "DATABASE_DIR_SYSTEM_DATA", "DepthOffset (signed 32-bit)", &ValidateSystemSettings, &ApplySystemSettings},
-        {"ErrorStatus", "NONPERSISTED_DATABASE_ROOT", "ErrorStatus (32-bit word, 0x... allowed)", &ValidateErrorStatus, &ApplyErrorStatus},
-        {"LocalBottom", "NONPERSISTED_DATABASE_ROOT", "Depth (signed 32-bit), State (0 not in use, 2 valid, other: no bottom)",
-         &ValidateLocalBottom, &ApplyLocalBottom},
+        {"SystemSettings", "DATABASE_DIR_SYSTEM_DATA", "DepthOffset (signed 32-bit)", &ValidateSystemSettings,
+         &ApplySystemSettings},
+        {"ErrorStatus", "NONPERSISTED_DATABASE_ROOT", "ErrorStatus (32-bit word, 0x... allowed)", &ValidateErrorStatus,
+         &ApplyErrorStatus},
+        {"LocalBottom", "NONPERSISTED_DATABASE_ROOT",
+         "Depth (signed 32-bit), State (0 not in use, 2 valid, other: no bottom)", &ValidateLocalBottom,
+         &ApplyLocalBottom},
     };
     return cSetters;
 }

@@ -178,8 +178,8 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
         if (serviceInfo.empty()) {
             const char* directory = pFactory->GetEnv("DATABASE_DIR_SYSTEM_DATA");
             if (directory == nullptr) {
-                return Args.Error(TOOL_UNAVAILABLE,
-                                  "DATABASE_DIR_SYSTEM_DATA is not set: give --service-info FILE or --group and --port");
+                return Args.Error(TOOL_UNAVAILABLE, "DATABASE_DIR_SYSTEM_DATA is not set: give --service-info FILE "
+                                                    "or --group and --port");
             }
             serviceInfo = std::string(directory) + "/ServiceInfo.bin";
         }
