@@ -196,8 +196,15 @@ int Create(IOSSFactory* pFactory, CToolArgs& Args)
         }
     }
     Sonar4MessageMap_T made;
+    // The unit info record takes its address from the service info
+    // message, as in the codec, which makes that one first.
+    if (choice.pRow->Id == Sonar4_Unit_Info_Message) {
+        const Sonar4MessageRow_T* serviceInfo = FindSonar4MessageRow(Sonar4_Service_Info_Message);
+        made.insert({serviceInfo->Id, serviceInfo->Make({pFactory, 0, &made})});
+    }
     const Sonar4MessageContext_T context{pFactory, static_cast<PingConfigIndex_T>(choice.Instance), &made};
     const std::unique_ptr<ISonar4Message> message(choice.pRow->Make(context));
+    DeleteSonar4Messages(made);
     if (access(choice.Path.c_str(), F_OK) != 0) {
         // The error status record, for one, writes its file only at its
         // first store, so that reading it never creates it.
