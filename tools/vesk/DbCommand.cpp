@@ -251,7 +251,7 @@ int Set(IOSSFactory* pFactory, CToolArgs& Args)
     }
     const std::string invalid = setter->Validate(values);
     if (!invalid.empty()) {
-        return Args.UsageError(invalid);
+        return Args.UsageError(invalid + " (" + record + " sets " + setter->Fields + ")");
     }
     if (pFactory->GetEnv(setter->DirectoryVariable) == nullptr) {
         return Args.Error(TOOL_UNAVAILABLE, std::string(setter->DirectoryVariable) + " is not set");
@@ -312,6 +312,7 @@ const ToolCommand_T cDbCommand = {
     "        it (the file lock and the record's validation apply). Settable:\n"
     "          SystemSettings   DepthOffset\n"
     "          ErrorStatus      ErrorStatus\n"
+    "          Command          CommandWord, CommandCode\n"
     "          LocalBottom:EXT  Depth, State\n"
     "        VALUE is decimal or 0x hexadecimal.\n"
     "\n"
