@@ -1,5 +1,6 @@
 // vesk db: reads and changes record files through the record classes.
 #include <strings.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +15,7 @@
 #include "Sonar4/Sonar4MessageTable.h"
 #include "Sonar4/Sonar4PacketText.h"
 #include "Utilities/IOSSFactory.h"
+#include "Utilities/ProductFamily.h"
 #include "tools/vesk/DbSetters.h"
 #include "tools/vesk/ToolCommand.h"
 
@@ -193,6 +195,19 @@ int Create(IOSSFactory* pFactory, CToolArgs& Args)
         }
         if (std::remove(choice.Path.c_str()) != 0) {
             return Args.Error(TOOL_FAILED, choice.Path + " cannot be removed: " + std::strerror(errno));
+        }
+    }
+    if (choice.pRow->Id == Sonar4_Service_Info_Message || choice.pRow->Id == Sonar4_Unit_Info_Message) {
+        // These records stop the process when the unit has no address of
+        // the kind they trust (any private one for a known product, else a
+        // "10." one): say so instead.
+        const int addressChoice = GetProductFamily(pFactory) != cProductFamilyUnknown ? SYSTEM_ADDRESS_PRIVATE_FIRST
+                                                                                       : SYSTEM_ADDRESS_TEN_NET;
+        const std::unique_ptr<IOSSNetwork> socket(pFactory->CreateNetwork(AF_INET, SOCK_DGRAM, 17, addressChoice));
+        AUINT32 address = 0;
+        if (!socket->GetSystemIPAddress(&address) || address == 0) {
+            return Args.Error(TOOL_UNAVAILABLE, "this machine has no address the record can publish (a 10.x.x.x "
+                                                "one, or any private one when PRODUCT_ID names a known product)");
         }
     }
     Sonar4MessageMap_T made;
