@@ -189,14 +189,6 @@ int Create(IOSSFactory* pFactory, CToolArgs& Args)
         return problem.find("is not set") != std::string::npos ? Args.Error(TOOL_UNAVAILABLE, problem)
                                                                 : Args.UsageError(problem);
     }
-    if (access(choice.Path.c_str(), F_OK) == 0) {
-        if (!force) {
-            return Args.Error(TOOL_FAILED, choice.Path + " exists; --force replaces it with the defaults");
-        }
-        if (std::remove(choice.Path.c_str()) != 0) {
-            return Args.Error(TOOL_FAILED, choice.Path + " cannot be removed: " + std::strerror(errno));
-        }
-    }
     if (choice.pRow->Id == Sonar4_Service_Info_Message || choice.pRow->Id == Sonar4_Unit_Info_Message) {
         // These records stop the process when the unit has no address of
         // the kind they trust (any private one for a known product, else a
@@ -208,6 +200,14 @@ int Create(IOSSFactory* pFactory, CToolArgs& Args)
         if (!socket->GetSystemIPAddress(&address) || address == 0) {
             return Args.Error(TOOL_UNAVAILABLE, "this machine has no address the record can publish (a 10.x.x.x "
                                                 "one, or any private one when PRODUCT_ID names a known product)");
+        }
+    }
+    if (access(choice.Path.c_str(), F_OK) == 0) {
+        if (!force) {
+            return Args.Error(TOOL_FAILED, choice.Path + " exists; --force replaces it with the defaults");
+        }
+        if (std::remove(choice.Path.c_str()) != 0) {
+            return Args.Error(TOOL_FAILED, choice.Path + " cannot be removed: " + std::strerror(errno));
         }
     }
     Sonar4MessageMap_T made;
