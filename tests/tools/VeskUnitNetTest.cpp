@@ -168,6 +168,13 @@ TEST_F(VeskUnitNetTest, SendWaitsForTheAnswerAndCheckRefusesASecondInstance)
 {
     ASSERT_EQ(Launch(), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
 
+    // The task's PID file (its last line) and the tool state one software version.
+    std::string pidFile = CSandbox::ReadFile(std::string(getenv("PID_LOCATION")) + "/" +
+                                             std::to_string(m_Reap.at(0)) + ".txt");
+    pidFile.pop_back();
+    const std::string taskVersion = pidFile.substr(pidFile.rfind('\n') + 1);
+    EXPECT_TRUE(RunTool({"--version"}).Says("vesk " + taskVersion + ".")) << taskVersion;
+
     const ToolRun_T alive = RunTool({"send", "--wait=20", "alive"});
     EXPECT_EQ(alive.Exit, 0) << alive.Output;
     EXPECT_TRUE(alive.Says("acknowledged: MasterBottomTask:ACK_MasterBottomTask")) << alive.Output;
