@@ -95,10 +95,6 @@ public:
     const char* GetDBFilePath() const;
     VeskEventCode_T DecodeMessage(const Buffer_Bytes_T* Buffer);
 
-    // The segment under construction: the last one written, with the run
-    // state already moved on to the next.
-    const Sonar4PingDataPacket& GetPacket() const { return m_PingDataPacket; }
-
 private:
     IOSSFactory* m_pFactory;
     Sonar4PingDataPacket m_PingDataPacket{};
