@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
-          libbenchmark-dev iproute2 util-linux strace)
+          libbenchmark-dev iproute2 util-linux tshark systemd strace)
 
 missing=()
 for package in "${packages[@]}"; do
@@ -23,5 +23,8 @@ if [ "$(id -u)" -ne 0 ]; then
     sudo_cmd=(sudo)
 fi
 export DEBIAN_FRONTEND=noninteractive
+# tshark's package asks whether non-root users may capture; nobody is there
+# to answer (CI has no input), and the tests read capture files only.
+echo "wireshark-common wireshark-common/install-setuid boolean false" | "${sudo_cmd[@]}" debconf-set-selections
 "${sudo_cmd[@]}" apt-get update -q
 "${sudo_cmd[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"

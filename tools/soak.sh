@@ -25,11 +25,11 @@ minutes=${1:?usage: tools/soak.sh MINUTES}
 build=${VESK_BUILD:-$top/build/release}
 
 if [ -z "${VESK_SOAK_NETNS:-}" ]; then
-    if [ ! -x "$build/MasterBottomTask" ] || [ ! -x "$build/tools/UnitSimulator" ]; then
+    if [ ! -x "$build/MasterBottomTask" ] || [ ! -x "$build/tools/vesk" ]; then
         if [ ! -f "$build/build.ninja" ]; then
             cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++ >/dev/null
         fi
-        ninja -C "$build" MasterBottomTask UnitSimulator >/dev/null
+        ninja -C "$build" MasterBottomTask vesk_tool >/dev/null
     fi
     exec unshare -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"
 fi
@@ -54,7 +54,7 @@ import collections, errno, fcntl, os, random, re, signal, socket, struct, subpro
 minutes, build, unit = float(sys.argv[1]), sys.argv[2], sys.argv[3]
 env = os.environ
 nonpersisted, systemdata = env["NONPERSISTED_DATABASE_ROOT"], env["DATABASE_DIR_SYSTEM_DATA"]
-sim = os.path.join(build, "tools", "UnitSimulator")
+vesk = os.path.join(build, "tools", "vesk")
 task_out = os.path.join(unit, "task.out")
 rng = random.Random(1)
 failures = []
@@ -64,10 +64,10 @@ def fail(why):
     print("[soak] FAIL: " + why, flush=True)
 
 # Stand-ins around the task: the settings, two ping tasks, the LED task.
-subprocess.run([sim, "set-offset", "-300"], check=True, stdout=subprocess.DEVNULL)
-helpers = [subprocess.Popen([sim, "ping-task", "PPT", "2:1500", "2:1480", "1:0", "2:1440", "-i", "300"],
+subprocess.run([vesk, "db", "set", "SystemSettings", "DepthOffset=-300"], check=True, stdout=subprocess.DEVNULL)
+helpers = [subprocess.Popen([vesk, "ping-task", "--interval", "300", "PPT", "2:1500", "2:1480", "1:0", "2:1440"],
                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL),
-           subprocess.Popen([sim, "ping-task", "SPT", "2:1200", "0:0", "2:1300", "-i", "400"],
+           subprocess.Popen([vesk, "ping-task", "--interval", "400", "SPT", "2:1200", "0:0", "2:1300"],
                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)]
 led = os.open(env["IPC_LED_TASK"], os.O_RDWR | os.O_NONBLOCK)
 

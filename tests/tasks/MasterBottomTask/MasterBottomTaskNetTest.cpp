@@ -31,6 +31,7 @@
 #include "tests/support/FifoReader.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -43,10 +44,7 @@ protected:
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
-                              "ip link set eth0-peer up"),
-                  0);
+        ASSERT_TRUE(AddUnitInterface());
         // The task is the launcher's child; it becomes ours when the launcher exits.
         ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
         OpenReceiver();
@@ -83,19 +81,9 @@ protected:
     // exit status. The output of both processes goes to task.out.
     int Launch()
     {
-        const std::string output = m_Sandbox / "task.out";
-        const pid_t launcher = fork();
-        if (launcher == 0) {
-            const int fd = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
-            dup2(fd, STDOUT_FILENO);
-            dup2(fd, STDERR_FILENO);
-            execl(VESK_TASK_BINARY, VESK_TASK_BINARY, static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        int status = 0;
-        waitpid(launcher, &status, 0);
+        const int status = LaunchTask(m_Sandbox / "task.out");
         m_TaskPid = FindTaskPid();
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return status;
     }
 
     pid_t FindTaskPid() const
