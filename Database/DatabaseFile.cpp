@@ -154,7 +154,9 @@ uint32_t CDatabaseFile::GetUnitSerialNumber()
         return m_SerialNumber;
     }
     if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
-        m_SerialNumber = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+        // strtoll: a 32-bit long would cut serial numbers above INT32_MAX
+        // to LONG_MAX; 64 bits parse them alike on every target.
+        m_SerialNumber = static_cast<uint32_t>(std::strtoll(text, nullptr, 10));
     } else {
         m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
     }

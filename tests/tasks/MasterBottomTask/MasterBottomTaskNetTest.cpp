@@ -13,18 +13,21 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "Database/DatabaseLocalBottomRecord.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Utilities/OSSLinuxFactory.h"
 #include "tasks/MasterBottomTask/MasterBottomDepth.h"
+#include "tests/support/Emulator.h"
 #include "tests/support/FifoReader.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
@@ -45,7 +48,11 @@ protected:
                               "ip link set eth0-peer up"),
                   0);
         // The task is the launcher's child; it becomes ours when the launcher exits.
-        ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+        if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
+            // Then only the tests that see the launcher alone can run.
+            ASSERT_NE(Emulator(), nullptr) << "PR_SET_CHILD_SUBREAPER: " << std::strerror(errno);
+            m_TaskNotReapable = true;
+        }
         OpenReceiver();
         m_ErrorHandler.reset(new CFifoReader(std::getenv("IPC_ERROR_HANDLER_TASK")));
     }
@@ -81,12 +88,21 @@ protected:
     int Launch()
     {
         const std::string output = m_Sandbox / "task.out";
+        // A cross build's task runs under the same emulator as the tests.
+        std::vector<char*> command;
+        std::string emulator = VESK_TASK_EMULATOR;
+        for (char* word = std::strtok(emulator.data(), " "); word; word = std::strtok(nullptr, " ")) {
+            command.push_back(word);
+        }
+        std::string binary = VESK_TASK_BINARY;
+        command.push_back(binary.data());
+        command.push_back(nullptr);
         const pid_t launcher = fork();
         if (launcher == 0) {
             const int fd = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
             dup2(fd, STDOUT_FILENO);
             dup2(fd, STDERR_FILENO);
-            execl(VESK_TASK_BINARY, VESK_TASK_BINARY, static_cast<char*>(nullptr));
+            execv(command[0], command.data());
             _exit(127);
         }
         int status = 0;
@@ -192,7 +208,15 @@ protected:
     int m_Receiver = -1;
     std::unique_ptr<CFifoReader> m_ErrorHandler;
     pid_t m_TaskPid = -1;
+    bool m_TaskNotReapable = false;
 };
+
+// The task's broadcasts need IP_MULTICAST_IF and waiting for it needs
+// PR_SET_CHILD_SUBREAPER; qemu-user refuses both.
+#define SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED()                                                                   \
+    if (m_TaskNotReapable) {                                                                                     \
+        GTEST_SKIP() << Emulator() << " refuses PR_SET_CHILD_SUBREAPER and IP_MULTICAST_IF";                     \
+    }
 
 const std::string cLinePrefix = "MasterBottomTask:";
 // Before the task has named itself, the factory reports as "NoName".
@@ -200,6 +224,7 @@ const std::string cUnnamedPrefix = "6::NoName:";
 
 TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRules)
 {
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_GT(m_TaskPid, 0);
     ASSERT_TRUE(CSandbox::Exists(PidFilePath()));
@@ -247,6 +272,7 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
 
 TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilently)
 {
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     ASSERT_EQ(Launch(), 0) << Output();
     const std::string before = Output();
     SendCommand("Are You Alive?");
@@ -264,6 +290,7 @@ TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilently)
 
 TEST_F(MasterBottomTaskNetTest, ReportsCommandsItDoesNotServe)
 {
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     ASSERT_EQ(Launch(), 0) << Output();
     SendCommand("UpdateSystemSettings");
     SendCommand("Shutdown");
@@ -277,6 +304,7 @@ TEST_F(MasterBottomTaskNetTest, ReportsCommandsItDoesNotServe)
 
 TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
 {
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     SetInputs(2, 1000, 0, 0, 0);
     ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_TRUE(ReceiveMasterBottom(1000, 0));
@@ -312,6 +340,7 @@ TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
 
 TEST_F(MasterBottomTaskNetTest, AWriterHoldingTheRecordIsNoError)
 {
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     SetInputs(2, 2000, 2, 2100, 0);
     ASSERT_EQ(Launch(), 0) << Output();
     ASSERT_TRUE(ReceiveMasterBottom(2000, 0));
