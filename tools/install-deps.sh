@@ -1,10 +1,18 @@
 #!/usr/bin/env bash
 # Installs with apt-get what building, testing and running the unit need,
 # and only what is missing. Safe to run again.
+#   tools/install-deps.sh                 the native builds
+#   tools/install-deps.sh armhf|aarch64   a cross build and qemu-user to test it
 set -euo pipefail
 
-packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
-          libbenchmark-dev iproute2 util-linux)
+case "${1:-}" in
+    armhf) packages=(cmake ninja-build g++-arm-linux-gnueabihf qemu-user googletest iproute2 util-linux) ;;
+    aarch64) packages=(cmake ninja-build g++-aarch64-linux-gnu qemu-user googletest iproute2 util-linux) ;;
+    *)
+        packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
+                  libbenchmark-dev iproute2 util-linux)
+        ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do
