@@ -6,14 +6,14 @@ namespace {
 const uint8_t cDefaultPayload[] = {0x8A, 0x02, 0xBC, 0x02, 0xEE, 0x02, 0x20, 0x03, 0x04, 0x29,
                                    0x10, 0x27, 0x30, 0x75, 0xD0, 0x84, 0xF4, 0x01, 0x05};
 
-const DatabaseRecordDescription_T cDescription = {
+} // namespace
+
+const DatabaseRecordDescription_T CDatabaseEnvironmentLimitsMessage::cDescription = {
     {"CDatabaseEnvironmentLimitsMessage", "NONPERSISTED_DATABASE_ROOT"},
     {"Sonar4EnvironmentLimitsPacket", "m_EnvironmentLimits", "environmentLimits",
      "Message_Id_Sonar4_Environment_Limits"},
     "EnvironmentLimits.bin", Message_Id_Sonar4_Environment_Limits, UNIT_CHECK_VERSION_AND_SERIAL,
     cDefaultPayload, sizeof(cDefaultPayload)};
-
-} // namespace
 
 CDatabaseEnvironmentLimitsMessage::CDatabaseEnvironmentLimitsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -6,11 +6,17 @@
 // Limits the unit announces for its environment readings. Stored, sent and
 // replaced whole; the module never reads a field of it by name.
 struct Sonar4EnvironmentLimitsPacket : Sonar4Packet<35> {
+    static constexpr auto cFields = Sonar4Fields({
+        {"limits", 16, FIELD_U16, 9, ""},
+        {"last limit", 34, FIELD_U8, 1, ""},
+    });
 };
 static_assert(sizeof(Sonar4EnvironmentLimitsPacket) == 35, "environment limits packet is 35 bytes");
 
 class CDatabaseEnvironmentLimitsMessage : public CDatabaseRecordOf<Sonar4EnvironmentLimitsPacket> {
 public:
+    static const DatabaseRecordDescription_T cDescription;
+
     explicit CDatabaseEnvironmentLimitsMessage(IOSSFactory* pFactory);
 };
 

@@ -1,15 +1,11 @@
 #include "Database/DatabaseErrorStatusMessage.h"
 
-namespace {
-
 // Quiet construction, and a missing file only resets the word in memory:
 // see the class comment. The default word is 0, no fault standing.
-const DatabaseRecordDescription_T cDescription = {
+const DatabaseRecordDescription_T CDatabaseErrorStatusMessage::cDescription = {
     {"CDatabaseErrorStatusMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory", false, false},
     {"Sonar4ErrorStatusPacket", "m_ErrorStatus", "errorStatus", "Message_Id_Sonar4_Error_Status"},
     "ErrorStatus.bin", Message_Id_Sonar4_Error_Status, UNIT_CHECK_VERSION_AND_SERIAL};
-
-} // namespace
 
 CDatabaseErrorStatusMessage::CDatabaseErrorStatusMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -8,8 +8,13 @@
 
 // The unit's persistent error status word, one bit per standing fault.
 struct Sonar4ErrorStatusPacket : Sonar4Packet<20> {
-    uint32_t GetErrorStatus() const { return Get<uint32_t, 16>(); }
-    void SetErrorStatus(uint32_t Status) { Set<uint32_t, 16>(Status); }
+    static constexpr size_t cErrorStatusOffset = 16;
+    static constexpr auto cFields = Sonar4Fields({
+        {"error status", cErrorStatusOffset, FIELD_U32, 1, ""},
+    });
+
+    uint32_t GetErrorStatus() const { return Get<uint32_t, cErrorStatusOffset>(); }
+    void SetErrorStatus(uint32_t Status) { Set<uint32_t, cErrorStatusOffset>(Status); }
 };
 static_assert(sizeof(Sonar4ErrorStatusPacket) == 20, "error status packet is 20 bytes");
 
@@ -19,6 +24,8 @@ static_assert(sizeof(Sonar4ErrorStatusPacket) == 20, "error status packet is 20 
 class CDatabaseErrorStatusMessage : public IDatabaseErrorStatusMessage,
                                     public CDatabaseRecordOf<Sonar4ErrorStatusPacket> {
 public:
+    static const DatabaseRecordDescription_T cDescription;
+
     explicit CDatabaseErrorStatusMessage(IOSSFactory* pFactory);
 
     VeskEventCode_T SetErrorStatus(uint32_t Status) override;

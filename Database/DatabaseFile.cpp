@@ -150,15 +150,18 @@ VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t 
 
 uint32_t CDatabaseFile::GetUnitSerialNumber()
 {
-    if (m_SerialNumber != 0) {
-        return m_SerialNumber;
-    }
-    if (const char* text = m_pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
-        // strtoll: a 32-bit long would cut serial numbers above INT32_MAX
-        // to LONG_MAX; 64 bits parse them alike on every target.
-        m_SerialNumber = static_cast<uint32_t>(std::strtoll(text, nullptr, 10));
-    } else {
-        m_SerialNumber = CSerialNumberInfo().GetSerialNumber();
+    if (m_SerialNumber == 0) {
+        m_SerialNumber = LookUpUnitSerialNumber(m_pFactory);
     }
     return m_SerialNumber;
+}
+
+uint32_t CDatabaseFile::LookUpUnitSerialNumber(IOSSFactory* pFactory)
+{
+    if (const char* text = pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
+        // strtoll: a 32-bit long would cut serial numbers above INT32_MAX
+        // to LONG_MAX; 64 bits parse them alike on every target.
+        return static_cast<uint32_t>(std::strtoll(text, nullptr, 10));
+    }
+    return CSerialNumberInfo().GetSerialNumber();
 }

@@ -57,6 +57,9 @@ public:
     // EMBEDDED_SERIAL_NUMBER_OVERRIDE (decimal) when set, else the device's
     // own; cached once known, looked up again while it is 0.
     uint32_t GetUnitSerialNumber();
+    // The same lookup, uncached, for objects that carry a serial number
+    // without having a file.
+    static uint32_t LookUpUnitSerialNumber(IOSSFactory* pFactory);
     // Failure of the construction or of CheckForFile; 0 when none.
     VeskEventCode_T GetLastError() const { return m_LastError; }
 

@@ -9,14 +9,14 @@ void SetNoBottom(IOSSFactory*, uint8_t* Packet)
                                  Sonar4MasterBottomRecordPacket::cNoBottom);
 }
 
-const DatabaseRecordDescription_T cDescription = {
+} // namespace
+
+const DatabaseRecordDescription_T CDatabaseMasterBottomRecordMessage::cDescription = {
     {"CDatabaseMasterBottomRecordMessage", "NONPERSISTED_DATABASE_ROOT"},
     {"Sonar4MasterBottomRecordPacket", "m_MasterBottomRecord", "masterBottomRecord",
      "Message_Id_Sonar4_Master_Bottom_Record"},
     "MasterBottomRecord.bin", Message_Id_Sonar4_Master_Bottom_Record, UNIT_CHECK_VERSION_AND_SERIAL,
     nullptr, 0, &SetNoBottom};
-
-} // namespace
 
 CDatabaseMasterBottomRecordMessage::CDatabaseMasterBottomRecordMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

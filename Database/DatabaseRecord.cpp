@@ -11,12 +11,6 @@
 
 namespace {
 
-// Header fields written by the record; they are read through Sonar4HeaderView.
-constexpr size_t cIdOffset = 0;
-constexpr size_t cSizeOffset = 4;
-constexpr size_t cVersionOffset = 8;
-constexpr size_t cSerialOffset = 12;
-
 std::string IdAssertion(const char* Subject, const DatabaseRecordNames_T& Names)
 {
     return std::string(Subject) + ".GetMessageID() == " + Names.MessageId;
@@ -43,16 +37,16 @@ CDatabaseRecord::CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDesc
 void CDatabaseRecord::InitialisePacket(uint8_t* Packet) const
 {
     std::memset(Packet, 0, m_PacketSize);
-    LittleEndian::Write<uint32_t>(Packet + cIdOffset, m_Description.MessageId);
-    LittleEndian::Write<uint32_t>(Packet + cVersionOffset, SONAR4_VERSION);
+    LittleEndian::Write<uint32_t>(Packet + cSonar4IdOffset, m_Description.MessageId);
+    LittleEndian::Write<uint32_t>(Packet + cSonar4VersionOffset, SONAR4_VERSION);
 }
 
 void CDatabaseRecord::SetDefaults()
 {
     InitialisePacket(m_pPacket);
-    LittleEndian::Write<uint32_t>(m_pPacket + cSizeOffset, static_cast<uint32_t>(m_PacketSize));
+    LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SizeOffset, static_cast<uint32_t>(m_PacketSize));
     if (IsAddressed()) {
-        LittleEndian::Write<uint32_t>(m_pPacket + cSerialOffset, GetUnitSerialNumber());
+        LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SerialOffset, GetUnitSerialNumber());
     }
     VESK_ASSERT(cSonar4HeaderSize + m_Description.DefaultPayloadSize <= m_PacketSize);
     if (m_Description.DefaultPayloadSize != 0) {
@@ -81,7 +75,7 @@ VeskEventCode_T CDatabaseRecord::writeDB()
     const Sonar4HeaderView header{m_pPacket};
     VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
                      IdAssertion(m_Description.Names.Member, m_Description.Names).c_str());
-    LittleEndian::Write<uint32_t>(m_pPacket + cSizeOffset, static_cast<uint32_t>(m_PacketSize));
+    LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SizeOffset, static_cast<uint32_t>(m_PacketSize));
     return StoreBytes(*file, m_pPacket, m_PacketSize, m_Description.WriteFailedWhy);
 }
 

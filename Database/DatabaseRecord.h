@@ -15,11 +15,16 @@
 //       class CDatabase<Thing>Message : public CDatabaseRecordOf<Sonar4<Thing>Packet> {
 //       public: explicit CDatabase<Thing>Message(IOSSFactory* pFactory); ...getters, setters...
 //       };
-//  2. In the .cpp define its DatabaseRecordDescription_T: names, file,
-//     directory variable, message id, unit check, default payload bytes,
-//     and hooks for computed defaults and for validation where it has them.
-//     The constructor only passes the factory and the description on.
+//     The packet also lists its fields for the tools (cFields, made with
+//     Sonar4Fields); accessors and field list share named offsets.
+//  2. In the .cpp define its public DatabaseRecordDescription_T cDescription:
+//     names, file, directory variable, message id, unit check, default
+//     payload bytes, and hooks for computed defaults and for validation
+//     where it has them. The constructor only passes the factory and the
+//     description on.
 //  3. Setters change the in-memory packet; callers then call writeDB().
+//  4. Add its row to the codec's message table (Sonar4/Sonar4MessageTable.cpp);
+//     the generic record tests and the fuzzers read the table.
 // Everything else (readDB, writeDB, CheckForFile, DecodeMessage,
 // CreateMessage, ConfirmSonar4Version, GetPacket, GetDBFilePath,
 // GetLastError, cPacketSize) comes with CDatabaseRecordOf.
@@ -114,6 +119,7 @@ struct DatabasePacketHolder_T {
 template <typename Packet>
 class CDatabaseRecordOf : protected DatabasePacketHolder_T<Packet>, public CDatabaseRecord {
 public:
+    using Packet_T = Packet;
     static constexpr size_t cPacketSize = sizeof(Packet);
 
     // The packet as last loaded or set; does not read the file.

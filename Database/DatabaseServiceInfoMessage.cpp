@@ -18,9 +18,6 @@
 
 namespace {
 
-constexpr const char* cClassName = "CDatabaseServiceInfoMessage";
-const DatabaseFileDescription_T cFileDescription = {cClassName, "DATABASE_DIR_SYSTEM_DATA"};
-
 // The fixed group that older releases published on, 224.0.0.1.
 constexpr uint32_t cLegacyMulticastGroup = 0xE0000001;
 // The group is the unit's address folded into 224.0.0.0/4: the low 23 bits
@@ -57,6 +54,9 @@ IPPort32_T PortFromEnvironment(IOSSFactory* pFactory, const char* Variable, IPPo
 
 } // namespace
 
+const DatabaseFileDescription_T CDatabaseServiceInfoMessage::cFileDescription = {"CDatabaseServiceInfoMessage",
+                                                                               "DATABASE_DIR_SYSTEM_DATA"};
+
 IP_Address_T Sonar4ServiceInfoPacket::FieldToAddress(uint32_t Field)
 {
     return htonl(__builtin_bswap32(Field));
@@ -68,7 +68,7 @@ uint32_t Sonar4ServiceInfoPacket::AddressToField(IP_Address_T Address)
 }
 
 CDatabaseServiceInfoMessage::CDatabaseServiceInfoMessage(IOSSFactory* pFactory)
-    : CDatabaseFile(pFactory, cFileDescription, "ServiceInfo.bin")
+    : CDatabaseFile(pFactory, cFileDescription, cFileName)
 {
     // Looked up once here; the checks below compare against it.
     GetUnitSerialNumber();
@@ -94,7 +94,7 @@ void CDatabaseServiceInfoMessage::AdoptCurrentAddress()
         const bool legacyGroup = GetOutputIPAddress() == htonl(cLegacyMulticastGroup);
         if (legacyGroup || systemAddress != GetInputIPAddress()) {
             if (!legacyGroup) {
-                m_pFactory->SendEvent(4, SUCCESS, cClassName,
+                m_pFactory->SendEvent(4, SUCCESS, cFileDescription.ClassName,
                                       ("OP Address is new style so we are downgrading " + Hex(GetOutputIPAddress()))
                                           .c_str());
             }
@@ -205,14 +205,13 @@ VeskEventCode_T CDatabaseServiceInfoMessage::readDB()
     if (!file) {
         return result;
     }
-    // Loaded aside and taken over only when complete, so that a short file
-    // leaves the packet in memory as it was.
-    Sonar4ServiceInfoPacket loaded{};
-    result = LoadBytes(*file, loaded.data(), cPacketSize, "Failed to read contents");
+    // Read straight into the packet: a short file leaves the bytes it had
+    // in memory, over the rest of the packet as it was. Other units behave
+    // so; the short file is removed and the next load recreates it.
+    result = LoadBytes(*file, m_ServiceInfo.data(), cPacketSize, "Failed to read contents");
     if (result != SUCCESS) {
         return result;
     }
-    m_ServiceInfo = loaded;
     VESK_ASSERT(m_ServiceInfo.GetMessageID() == Sonar4_Service_Info_Message);
     RefreshOutputIPAddressText();
 

@@ -23,36 +23,59 @@ using DBPath_Length_T = UINT16;
 // return the address as the platform's socket address holds it (network
 // byte order).
 struct Sonar4ServiceInfoPacket : PacketBytes<550> {
+    static constexpr size_t cIdOffset = 0;
+    static constexpr size_t cSerialOffset = 4;
+    static constexpr size_t cKindOffset = 8;
+    static constexpr size_t cReservedOffset = 12;
+    static constexpr size_t cDataLengthOffset = 18;
+    static constexpr size_t cOutputAddressOffset = 20;
+    static constexpr size_t cDataPortOffset = 24;
+    static constexpr size_t cInputAddressOffset = 28;
+    static constexpr size_t cControlPortOffset = 32;
+    static constexpr size_t cPathLengthOffset = 36;
     static constexpr size_t cRootDirOffset = 38;
     static constexpr size_t cRootDirSize = 512;
     // Bytes from the start of the packet to the end of the path length field.
     static constexpr size_t cSentHeaderSize = cRootDirOffset;
     // Bytes counted by the data length field that precede the path.
-    static constexpr size_t cDataLengthBeforePath = cRootDirOffset - 20;
+    static constexpr size_t cDataLengthBeforePath = cRootDirOffset - cOutputAddressOffset;
+    static constexpr PacketField_T cFields[] = {
+        {"message id", cIdOffset, FIELD_U32, 1, ""},
+        {"serial number", cSerialOffset, FIELD_U32, 1, ""},
+        {"packet kind", cKindOffset, FIELD_U32, 1, ""},
+        {"reserved", cReservedOffset, FIELD_BYTES, cDataLengthOffset - cReservedOffset, ""},
+        {"data length", cDataLengthOffset, FIELD_U16, 1, "byte"},
+        {"output IP address", cOutputAddressOffset, FIELD_IPV4, 1, ""},
+        {"data port", cDataPortOffset, FIELD_U32, 1, ""},
+        {"input IP address", cInputAddressOffset, FIELD_IPV4, 1, ""},
+        {"control port", cControlPortOffset, FIELD_U32, 1, ""},
+        {"path length", cPathLengthOffset, FIELD_U16, 1, "byte"},
+        {"root directory", cRootDirOffset, FIELD_CHARS, cRootDirSize, ""},
+    };
 
-    LNET_MESSAGE_ID_T GetMessageID() const { return Get<uint32_t, 0>(); }
-    uint32_t GetSerialNumber() const { return Get<uint32_t, 4>(); }
-    void SetSerialNumber(uint32_t Serial) { Set<uint32_t, 4>(Serial); }
+    LNET_MESSAGE_ID_T GetMessageID() const { return Get<uint32_t, cIdOffset>(); }
+    uint32_t GetSerialNumber() const { return Get<uint32_t, cSerialOffset>(); }
+    void SetSerialNumber(uint32_t Serial) { Set<uint32_t, cSerialOffset>(Serial); }
     // 39 for a service info packet; other kinds are not ours to handle.
-    uint32_t GetKind() const { return Get<uint32_t, 8>(); }
-    void SetKind(uint32_t Kind) { Set<uint32_t, 8>(Kind); }
-    void ClearReserved() { Set<uint32_t, 12>(0); Set<uint16_t, 16>(0); }
-    uint16_t GetDataLength() const { return Get<uint16_t, 18>(); }
-    void SetDataLength(uint16_t Length) { Set<uint16_t, 18>(Length); }
-    IP_Address_T GetOutputIPAddress() const { return FieldToAddress(Get<uint32_t, 20>()); }
-    void SetOutputIPAddress(IP_Address_T Address) { Set<uint32_t, 20>(AddressToField(Address)); }
-    IPPort32_T GetDataPort() const { return Get<uint32_t, 24>(); }
-    void SetDataPort(IPPort32_T Port) { Set<uint32_t, 24>(Port); }
-    IP_Address_T GetInputIPAddress() const { return FieldToAddress(Get<uint32_t, 28>()); }
-    void SetInputIPAddress(IP_Address_T Address) { Set<uint32_t, 28>(AddressToField(Address)); }
+    uint32_t GetKind() const { return Get<uint32_t, cKindOffset>(); }
+    void SetKind(uint32_t Kind) { Set<uint32_t, cKindOffset>(Kind); }
+    void ClearReserved() { Set<uint32_t, cReservedOffset>(0); Set<uint16_t, cReservedOffset + 4>(0); }
+    uint16_t GetDataLength() const { return Get<uint16_t, cDataLengthOffset>(); }
+    void SetDataLength(uint16_t Length) { Set<uint16_t, cDataLengthOffset>(Length); }
+    IP_Address_T GetOutputIPAddress() const { return FieldToAddress(Get<uint32_t, cOutputAddressOffset>()); }
+    void SetOutputIPAddress(IP_Address_T Address) { Set<uint32_t, cOutputAddressOffset>(AddressToField(Address)); }
+    IPPort32_T GetDataPort() const { return Get<uint32_t, cDataPortOffset>(); }
+    void SetDataPort(IPPort32_T Port) { Set<uint32_t, cDataPortOffset>(Port); }
+    IP_Address_T GetInputIPAddress() const { return FieldToAddress(Get<uint32_t, cInputAddressOffset>()); }
+    void SetInputIPAddress(IP_Address_T Address) { Set<uint32_t, cInputAddressOffset>(AddressToField(Address)); }
     // The raw input address field as a little-endian number, byte-swapped:
     // the unit's address in host byte order.
-    uint32_t GetInputIPAddressSwapped() const { return __builtin_bswap32(Get<uint32_t, 28>()); }
-    IPPort32_T GetControlPort() const { return Get<uint32_t, 32>(); }
-    void SetControlPort(IPPort32_T Port) { Set<uint32_t, 32>(Port); }
+    uint32_t GetInputIPAddressSwapped() const { return __builtin_bswap32(Get<uint32_t, cInputAddressOffset>()); }
+    IPPort32_T GetControlPort() const { return Get<uint32_t, cControlPortOffset>(); }
+    void SetControlPort(IPPort32_T Port) { Set<uint32_t, cControlPortOffset>(Port); }
     // Root directory text plus its terminating NUL.
-    DBPath_Length_T GetPathLength() const { return Get<uint16_t, 36>(); }
-    void SetPathLength(DBPath_Length_T Length) { Set<uint16_t, 36>(Length); }
+    DBPath_Length_T GetPathLength() const { return Get<uint16_t, cPathLengthOffset>(); }
+    void SetPathLength(DBPath_Length_T Length) { Set<uint16_t, cPathLengthOffset>(Length); }
     uint8_t* RootDir() { return m_Bytes + cRootDirOffset; }
 
 private:
@@ -74,7 +97,10 @@ static_assert(sizeof(Sonar4ServiceInfoPacket) == 550, "service info packet is 55
 // assertion.
 class CDatabaseServiceInfoMessage : public CDatabaseFile {
 public:
+    using Packet_T = Sonar4ServiceInfoPacket;
     static constexpr size_t cPacketSize = sizeof(Sonar4ServiceInfoPacket);
+    static const DatabaseFileDescription_T cFileDescription;
+    static constexpr const char* cFileName = "ServiceInfo.bin";
     static constexpr uint32_t cServiceInfoKind = 39;
     static constexpr IPPort32_T cDefaultControlPort = 3200;
     static constexpr IPPort32_T cDefaultDataPort = 3201;

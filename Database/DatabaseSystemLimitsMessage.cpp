@@ -22,13 +22,13 @@ void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet)
     LittleEndian::Write<uint32_t>(Packet + Sonar4SystemLimitsPacket::cMaxAllowedDepthOffset, depth);
 }
 
-const DatabaseRecordDescription_T cDescription = {
+} // namespace
+
+const DatabaseRecordDescription_T CDatabaseSystemLimitsMessage::cDescription = {
     {"CDatabaseSystemLimitsMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory && \"no Factory specified\""},
     {"Sonar4SystemLimitsPacket", "m_SystemLimits", "systemLimits", "Message_Id_Sonar4_System_Settings_Limits"},
     "SystemLimits.bin", Message_Id_Sonar4_System_Settings_Limits, UNIT_CHECK_VERSION_AND_SERIAL,
     cDefaultPayload, sizeof(cDefaultPayload), &SetMaxAllowedDepth};
-
-} // namespace
 
 CDatabaseSystemLimitsMessage::CDatabaseSystemLimitsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -1,14 +1,10 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 
-namespace {
-
 // An all-zero payload: no depth offset until the settings are received.
-const DatabaseRecordDescription_T cDescription = {
+const DatabaseRecordDescription_T CDatabaseSystemSettingsMessage::cDescription = {
     {"CDatabaseSystemSettingsMessage", "DATABASE_DIR_SYSTEM_DATA"},
     {"Sonar4SystemSettingsPacket", "m_SystemSettings", "systemSettings", "Message_Id_Sonar4_System_Settings"},
     "SystemSettings.bin", Message_Id_Sonar4_System_Settings, UNIT_CHECK_VERSION_AND_SERIAL};
-
-} // namespace
 
 CDatabaseSystemSettingsMessage::CDatabaseSystemSettingsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

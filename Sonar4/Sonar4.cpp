@@ -1,51 +1,25 @@
 #include "Sonar4/Sonar4.h"
 
-#include "Sonar4/Sonar4EnvironmentLimitsMessage.h"
-#include "Sonar4/Sonar4ErrorStatusMessage.h"
-#include "Sonar4/Sonar4MasterBottomRecordMessage.h"
-#include "Sonar4/Sonar4PingResultsMessage.h"
 #include "Sonar4/Sonar4ServiceInfoMessage.h"
-#include "Sonar4/Sonar4SystemLimitsMessage.h"
-#include "Sonar4/Sonar4SystemSettingsMessage.h"
 #include "Utilities/LittleEndian.h"
 #include "Utilities/VeskAssert.h"
 
 CSonar4::CSonar4(IOSSFactory* pFactory) : m_pFactory(pFactory)
 {
     VESK_ASSERT(pFactory && "Factory not specified");
-
     // The order matters: messages sharing an id are found in insertion
     // order, and each constructor loads or creates its record file.
-    AddMessage(Message_Id_Sonar4_System_Settings, new CSonar4SystemSettingsMessage(m_pFactory));
-    AddMessage(Message_Id_Sonar4_Ping_Results, new CSonar4PingResultsMessage(m_pFactory));
-    // Here: the 32 ping parameters messages, configuration 0 to 31, then
-    // heartbeat, ping data, system status data and environment data.
-    AddMessage(Message_Id_Sonar4_Environment_Limits, new CSonar4EnvironmentLimitsMessage(m_pFactory));
-    AddMessage(Message_Id_Sonar4_System_Settings_Limits, new CSonar4SystemLimitsMessage(m_pFactory));
-    AddMessage(Message_Id_Sonar4_Master_Bottom_Record, new CSonar4MasterBottomRecordMessage(m_pFactory));
-    // Here: supported transducers, transducers fitted and command.
-    AddMessage(Message_Id_Sonar4_Error_Status, new CSonar4ErrorStatusMessage(m_pFactory));
-    m_ServiceInfo = new CSonar4ServiceInfoMessage(m_pFactory);
-    AddMessage(Sonar4_Service_Info_Message, m_ServiceInfo);
-    // Here: unit info, built with m_ServiceInfo->GetUnitInfoIPAddress(),
-    // then recording status.
+    MakeSonar4Messages(m_pFactory, m_Messages);
+    m_ServiceInfo = dynamic_cast<CSonar4ServiceInfoMessage*>(FindMessage(Sonar4_Service_Info_Message));
+    VESK_ASSERT(m_ServiceInfo);
 }
 
 CSonar4::~CSonar4()
 {
-    for (auto& entry : m_Messages) {
-        delete entry.second;
-    }
-    m_Messages.clear();
+    DeleteSonar4Messages(m_Messages);
     m_ReceivedCount.clear();
     m_ConstructedCount.clear();
     m_ServiceInfo = nullptr;
-}
-
-void CSonar4::AddMessage(LNET_MESSAGE_ID_T Id, ISonar4Message* pMessage)
-{
-    // A multimap inserts an equal key after the ones already there.
-    m_Messages.insert({Id, pMessage});
 }
 
 ISonar4Message* CSonar4::FindMessage(LNET_MESSAGE_ID_T Id) const
@@ -86,9 +60,10 @@ PingConfigIndex_T CSonar4::GetPingConfigIndex(const Buffer_Bytes_T* Buffer) cons
 VeskEventCode_T CSonar4::ConstructMessage(LNET_MESSAGE_ID_T Id, Buffer_Bytes_T* Buffer, PingConfigIndex_T Index)
 {
     VESK_ASSERT(Buffer);
+    const Sonar4MessageRow_T* const row = FindSonar4MessageRow(Id);
     VeskEventCode_T result;
-    if (Id == Message_Id_Sonar4_Ping_Parameters) {
-        result = ConstructPingParameters(Buffer, Index);
+    if (row != nullptr && row->ConfigIndex != nullptr) {
+        result = ConstructByConfigIndex(*row, Buffer, Index);
     } else {
         ISonar4Message* const pMessage = FindMessage(Id);
         if (pMessage == nullptr) {
@@ -103,23 +78,48 @@ VeskEventCode_T CSonar4::ConstructMessage(LNET_MESSAGE_ID_T Id, Buffer_Bytes_T* 
     return SUCCESS;
 }
 
-VeskEventCode_T CSonar4::ConstructPingParameters(Buffer_Bytes_T*, PingConfigIndex_T)
+VeskEventCode_T CSonar4::ConstructByConfigIndex(const Sonar4MessageRow_T& Row, Buffer_Bytes_T* Buffer,
+                                                PingConfigIndex_T Index)
 {
-    // The walk over the configurations (refresh each in index order, build
-    // from the first refreshed one whose index matches, else keep the last
-    // refresh's result) goes here once the ping parameters messages exist.
-    // Until then there is no entry to walk.
-    VESK_ASSERT(m_Messages.count(Message_Id_Sonar4_Ping_Parameters) == 0);
-    return FAILED_TO_SEND_ALL_DATA;
+    // Every configuration up to the one asked for is refreshed on the way.
+    // Without a match the last refresh's result stands: SUCCESS with the
+    // buffer untouched for an index no configuration has.
+    const auto range = m_Messages.equal_range(Row.Id);
+    if (range.first == range.second) {
+        return FAILED_TO_SEND_ALL_DATA;
+    }
+    VeskEventCode_T result = SUCCESS;
+    for (auto entry = range.first; entry != range.second; ++entry) {
+        ISonar4Message& message = *entry->second;
+        result = Row.Reload(message);
+        if (result == SUCCESS && Row.ConfigIndex(message) == Index) {
+            return message.CreateMessage(Buffer);
+        }
+    }
+    return result;
 }
 
-VeskEventCode_T CSonar4::DecodePingParameters(const Buffer_Bytes_T*)
+VeskEventCode_T CSonar4::DecodeByConfigIndex(const Sonar4MessageRow_T& Row, const Buffer_Bytes_T* Buffer)
 {
-    // The search for the message whose configuration index is the packet's
-    // (GetPingConfigIndex) goes here once the ping parameters messages
-    // exist; until then no configuration is known.
-    VESK_ASSERT(m_Messages.count(Message_Id_Sonar4_Ping_Parameters) == 0);
+    const PingConfigIndex_T index = GetPingConfigIndex(Buffer);
+    const auto range = m_Messages.equal_range(Row.Id);
+    for (auto entry = range.first; entry != range.second; ++entry) {
+        if (Row.ConfigIndex(*entry->second) == index) {
+            return entry->second->DecodeMessage(Buffer);
+        }
+    }
     return FAILED_TO_FIND_PING;
+}
+
+void CSonar4::ReloadSupportedTransducers()
+{
+    const Sonar4MessageRow_T* const row = FindSonar4MessageRow(Message_Id_Sonar4_Supported_Transducers);
+    ISonar4Message* const pMessage = FindMessage(Message_Id_Sonar4_Supported_Transducers);
+    if (row != nullptr && row->Reload != nullptr && pMessage != nullptr) {
+        // A failed reload leaves the last loaded list, which the settings
+        // are then checked against.
+        row->Reload(*pMessage);
+    }
 }
 
 VeskEventCode_T CSonar4::DecodeMessage(const Buffer_Bytes_T* Buffer, LNET_MESSAGE_ID_T* pMessageId)
@@ -130,25 +130,24 @@ VeskEventCode_T CSonar4::DecodeMessage(const Buffer_Bytes_T* Buffer, LNET_MESSAG
         *pMessageId = id;
     }
 
+    const Sonar4MessageRow_T* const row = FindSonar4MessageRow(id);
+    // Ids without a row (unknown ones) are the caller's, like those whose
+    // row says so; they are only counted here.
+    const Sonar4ReceiveRule_T rule = row != nullptr ? row->Receive : RECEIVE_LEFT_TO_CALLER;
     VeskEventCode_T result = SUCCESS;
-    switch (id) {
-    case Message_Id_Sonar4_Ping_Parameters:
-        result = DecodePingParameters(Buffer);
+    switch (rule) {
+    case RECEIVE_BY_PING_CONFIG_INDEX:
+        result = DecodeByConfigIndex(*row, Buffer);
         break;
-    case Message_Id_Sonar4_System_Settings:
-        // Settings refer to the supported transducers' counter: the
-        // supported transducers record reloads its file first, once that
-        // message exists.
-    case Sonar4_Service_Info_Message:
-    case Message_Id_Sonar4_Heartbeat:
-    case Message_Id_Sonar4_Command:
+    case RECEIVE_AFTER_TRANSDUCER_RELOAD:
+        ReloadSupportedTransducers();
+        [[fallthrough]];
+    case RECEIVE_DECODED:
         if (ISonar4Message* const pMessage = FindMessage(id)) {
             result = pMessage->DecodeMessage(Buffer);
         }
         break;
-    default:
-        // Everything else (unit info, ping data, unknown ids) is the
-        // caller's to handle; it is only counted here.
+    case RECEIVE_LEFT_TO_CALLER:
         break;
     }
     if (result != SUCCESS) {

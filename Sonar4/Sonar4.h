@@ -6,6 +6,7 @@
 #include <map>
 
 #include "Sonar4/ISonar4Message.h"
+#include "Sonar4/Sonar4MessageTable.h"
 #include "Sonar4/Sonar4Types.h"
 #include "Utilities/ByteBuffer.h"
 #include "Utilities/VeskEventCode.h"
@@ -46,21 +47,25 @@ public:
     uint32_t GetConstructedCount(LNET_MESSAGE_ID_T Id) const { return CountOf(m_ConstructedCount, Id); }
 
 private:
-    using MessageMap_T = std::multimap<LNET_MESSAGE_ID_T, ISonar4Message*>;
+    using MessageMap_T = Sonar4MessageMap_T;
     using CountMap_T = std::map<LNET_MESSAGE_ID_T, uint32_t>;
 
     static constexpr size_t cPingConfigIndexOffset = 20;
 
     // The first message object of Id in insertion order; null when none.
     ISonar4Message* FindMessage(LNET_MESSAGE_ID_T Id) const;
-    void AddMessage(LNET_MESSAGE_ID_T Id, ISonar4Message* pMessage);
-    VeskEventCode_T ConstructPingParameters(Buffer_Bytes_T* Buffer, PingConfigIndex_T Index);
-    VeskEventCode_T DecodePingParameters(const Buffer_Bytes_T* Buffer);
+    // The walk over the instances of a row told apart by configuration index.
+    VeskEventCode_T ConstructByConfigIndex(const Sonar4MessageRow_T& Row, Buffer_Bytes_T* Buffer,
+                                           PingConfigIndex_T Index);
+    VeskEventCode_T DecodeByConfigIndex(const Sonar4MessageRow_T& Row, const Buffer_Bytes_T* Buffer);
+    // Makes the supported transducers reload their file, once they exist.
+    void ReloadSupportedTransducers();
     static uint32_t CountOf(const CountMap_T& Counts, LNET_MESSAGE_ID_T Id);
 
     IOSSFactory* m_pFactory;
-    // Owns the message objects; ping parameters have one entry per
-    // configuration, kept in index order under the one id.
+    // Owns the message objects, made from the message table in its order;
+    // ping parameters have one entry per configuration, kept in index order
+    // under the one id.
     MessageMap_T m_Messages;
     uint32_t m_DecodeErrorCount = 0;
     CountMap_T m_ReceivedCount;

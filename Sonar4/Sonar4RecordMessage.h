@@ -19,6 +19,8 @@ class IOSSFactory;
 template <typename Record>
 class CSonar4RecordMessage : public ISonar4Message {
 public:
+    using Record_T = Record;
+
     template <typename... ExtraArgs>
     explicit CSonar4RecordMessage(IOSSFactory* pFactory, ExtraArgs&&... Extra)
         : m_pFactory(pFactory), m_Record(pFactory, std::forward<ExtraArgs>(Extra)...)

@@ -7,6 +7,10 @@
 using LNET_MESSAGE_ID_T = std::uint32_t;
 using MessageSize_Bytes_T = std::uint32_t;
 using PingConfigIndex_T = std::uint8_t;
+// Kind of sampled data in a ping data run; the codec only copies it.
+using PingDataType_T = std::uint8_t;
+// Number of one segment of a ping data run, and the run's segment count.
+using PacketSegmentNumber_T = std::uint8_t;
 
 constexpr std::uint32_t SONAR4_VERSION = 116;
 constexpr PingConfigIndex_T PingConfigIndex_end = 32;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -17,16 +18,11 @@
 
 namespace {
 
-// The tables are constant-initialised arrays rather than maps: they exist
-// before any constructor runs, so an event reported from another static's
-// constructor still finds them.
-
-struct EventText_T {
-    VeskEventCode_T Code;
-    const char* Text;
-};
-
-constexpr EventText_T cEventTexts[] = {
+// One row per code: its text, its LED pattern and its error status bits.
+// A constant-initialised array rather than a map: it exists before any
+// constructor runs, so an event reported from another static's constructor
+// still finds it.
+constexpr EventCodeRow_T cEvents[] = {
     {0, "SUCCESS"},
     {-1, "libUSB Input/output error"},
     {-2, "libUSB Invalid parameter"},
@@ -66,7 +62,7 @@ constexpr EventText_T cEventTexts[] = {
     {-123, "PING_PARAM_FAILED_TO_OPEN_FILE "},
     {-124, "PING_PARAM_NO_FILES_FOUND"},
     {-125, "ERROR_REPORT_TOO_LARGE"},
-    {-126, "LOSS_OF_NETWORK_TRAFFIC"},
+    {-126, "LOSS_OF_NETWORK_TRAFFIC", 1, LED_SET, 0x00000001u, STATUS_OR},
     {-127, "PIPE_COMMAND_UNKNOWN"},
     {-128, "NO_RESPONSE_FROM_TASK"},
     {-129, "SONAR4_PING_CHANGE_COMMAND_NOT_RECOGNISED"},
@@ -74,7 +70,7 @@ constexpr EventText_T cEventTexts[] = {
     {-131, "SONAR4_GLOBAL_CHANGE_COMMAND_NOT_RECOGNISED"},
     {-132, "SONAR4_XDCR_CHANGE_COMMAND_NOT_RECOGNISED"},
     {-133, "NO_ENVIRONMENT_VARIABLE_FOUND"},
-    {-134, "NETWORK_TRAFFIC_FOUND"},
+    {-134, "NETWORK_TRAFFIC_FOUND", 1, LED_CLEAR, 0xFFFFFFFEu, STATUS_AND},
     {-135, "Shutdown task request"},
     {-136, "Failure to download Sam3u code"},
     {-137, "Failure to download FPGA"},
@@ -96,104 +92,35 @@ constexpr EventText_T cEventTexts[] = {
     {-153, "Failure to sychronise the USB"},
     {-154, "USB is not waiting for any data"},
     {-155, "Mismatch in Depth Transducer Power levels"},
-    {-156, "Depth Transducer has been unplugged"},
+    {-156, "Depth Transducer has been unplugged", 2, LED_SET, 0x00000002u, STATUS_OR},
     {-157, "Depth Transducer user selection mismatch"},
-    {-158, "Possible File corruption found in database"},
-    {-159, "FPGA Timeout due to a failure to boost"},
-    {-160, "Transducer Too Hot to ping"},
-    {-161, "Power Amp Too Hot to ping"},
-    {-162, "Transducer Cooled Down"},
-    {-163, "Power Amp Cooled Down"},
-    {-164, "Ambient Too Hot to ping"},
-    {-165, "Ambient Cooled Down"},
+    // Deliberately an AND: file corruption wipes every other standing fault
+    // and leaves bit 3 as it was. Other units depend on this; do not make it
+    // an OR. Nothing clears its LED pattern: it stays lit.
+    {-158, "Possible File corruption found in database", 4, LED_SET, 0x00000008u, STATUS_AND},
+    {-159, "FPGA Timeout due to a failure to boost", 3, LED_SET, 0x00000004u, STATUS_OR},
+    {-160, "Transducer Too Hot to ping", 5, LED_SET, 0x00000010u, STATUS_OR},
+    {-161, "Power Amp Too Hot to ping", 6, LED_SET, 0x00000020u, STATUS_OR},
+    {-162, "Transducer Cooled Down", 5, LED_CLEAR, 0xFFFFFFEFu, STATUS_AND},
+    {-163, "Power Amp Cooled Down", 6, LED_CLEAR, 0xFFFFFFDFu, STATUS_AND},
+    {-164, "Ambient Too Hot to ping", 7, LED_SET, 0x00000040u, STATUS_OR},
+    {-165, "Ambient Cooled Down", 7, LED_CLEAR, 0xFFFFFFBFu, STATUS_AND},
     {-166, "Temperatures have read as zero"},
-    {-167, "Battery Voltage Too High"},
-    {-168, "Battery Voltage Too Low"},
+    {-167, "Battery Voltage Too High", 8, LED_SET, 0x00000080u, STATUS_OR},
+    {-168, "Battery Voltage Too Low", 9, LED_SET, 0x00000100u, STATUS_OR},
     // -169 ends the too-high condition, -170 the too-low one.
-    {-169, "Battery Voltage OK"},
-    {-170, "Battery Voltage OK"},
+    {-169, "Battery Voltage OK", 8, LED_CLEAR, 0xFFFFFF7Fu, STATUS_AND},
+    {-170, "Battery Voltage OK", 9, LED_CLEAR, 0xFFFFFEFFu, STATUS_AND},
     {-171, "UART Poll timed out"},
     {-172, "Thread Creation Failed"},
     {-173, "UART Failure"},
     {-174, "No Water Temp Available"},
-    {-175, "Transducer Reconnected"},
-    {-176, "FPGA Pinging Again"},
+    {-175, "Transducer Reconnected", 2, LED_CLEAR, 0xFFFFFFFDu, STATUS_AND},
+    {-176, "FPGA Pinging Again", 3, LED_CLEAR, 0xFFFFFFFBu, STATUS_AND},
     {-177, "No FPGA Interface Installed"},
     {-178, "No Fpga Data received Over SPI"},
 };
-static_assert(sizeof(cEventTexts) / sizeof(cEventTexts[0]) == 92, "one text per listed event");
-
-using LedAction_T = VeskEventCode_T (CLedPatternMessage::*)(LedErrorPattern_T);
-
-struct EventLed_T {
-    VeskEventCode_T Code;
-    LedErrorPattern_T Pattern;
-    LedAction_T Action;
-};
-
-constexpr LedAction_T cSet = &CLedPatternMessage::SetPattern;
-constexpr LedAction_T cClear = &CLedPatternMessage::ClearPattern;
-
-// File corruption (pattern 4) stays lit: nothing clears it.
-const EventLed_T cEventLeds[] = {
-    {LOSS_OF_NETWORK_TRAFFIC, 1, cSet},
-    {NETWORK_TRAFFIC_FOUND, 1, cClear},
-    {DEPTH_TRANSDUCER_UNPLUGGED, 2, cSet},
-    {TRANSDUCER_RECONNECTED, 2, cClear},
-    {FPGA_BOOST_TIMEOUT, 3, cSet},
-    {FPGA_PINGING_AGAIN, 3, cClear},
-    {DATABASE_FILE_CORRUPTION, 4, cSet},
-    {TRANSDUCER_TOO_HOT, 5, cSet},
-    {TRANSDUCER_COOLED_DOWN, 5, cClear},
-    {POWER_AMP_TOO_HOT, 6, cSet},
-    {POWER_AMP_COOLED_DOWN, 6, cClear},
-    {AMBIENT_TOO_HOT, 7, cSet},
-    {AMBIENT_COOLED_DOWN, 7, cClear},
-    {BATTERY_VOLTAGE_TOO_HIGH, 8, cSet},
-    {BATTERY_VOLTAGE_HIGH_OK, 8, cClear},
-    {BATTERY_VOLTAGE_TOO_LOW, 9, cSet},
-    {BATTERY_VOLTAGE_LOW_OK, 9, cClear},
-};
-
-struct EventStatus_T {
-    VeskEventCode_T Code;
-    std::uint32_t Mask;
-    bool Set;   // true: OR the mask in; false: AND the word with it
-};
-
-constexpr EventStatus_T cEventStatus[] = {
-    {LOSS_OF_NETWORK_TRAFFIC, 0x00000001u, true},
-    {NETWORK_TRAFFIC_FOUND, 0xFFFFFFFEu, false},
-    {DEPTH_TRANSDUCER_UNPLUGGED, 0x00000002u, true},
-    {TRANSDUCER_RECONNECTED, 0xFFFFFFFDu, false},
-    {FPGA_BOOST_TIMEOUT, 0x00000004u, true},
-    {FPGA_PINGING_AGAIN, 0xFFFFFFFBu, false},
-    // Deliberately an AND: file corruption wipes every other standing fault
-    // and leaves bit 3 as it was. Other units depend on this; do not make it
-    // a set.
-    {DATABASE_FILE_CORRUPTION, 0x00000008u, false},
-    {TRANSDUCER_TOO_HOT, 0x00000010u, true},
-    {TRANSDUCER_COOLED_DOWN, 0xFFFFFFEFu, false},
-    {POWER_AMP_TOO_HOT, 0x00000020u, true},
-    {POWER_AMP_COOLED_DOWN, 0xFFFFFFDFu, false},
-    {AMBIENT_TOO_HOT, 0x00000040u, true},
-    {AMBIENT_COOLED_DOWN, 0xFFFFFFBFu, false},
-    {BATTERY_VOLTAGE_TOO_HIGH, 0x00000080u, true},
-    {BATTERY_VOLTAGE_HIGH_OK, 0xFFFFFF7Fu, false},
-    {BATTERY_VOLTAGE_TOO_LOW, 0x00000100u, true},
-    {BATTERY_VOLTAGE_LOW_OK, 0xFFFFFEFFu, false},
-};
-
-template <typename Row, size_t N>
-const Row* FindRow(const Row (&Table)[N], VeskEventCode_T code)
-{
-    for (const Row& row : Table) {
-        if (row.Code == code) {
-            return &row;
-        }
-    }
-    return nullptr;
-}
+static_assert(sizeof(cEvents) / sizeof(cEvents[0]) == 92, "one row per listed event");
 
 constexpr const char* cBuildLabel = "OptDebug";
 constexpr const char* cErrorHandlerPipe = "IPC_ERROR_HANDLER_TASK";
@@ -233,10 +160,25 @@ CEventCodes::CEventCodes(IOSSFactory* pFactory, IDatabaseErrorStatusMessage* pEr
     VESK_ASSERT(m_Task.c_str());
 }
 
+const EventCodeRow_T* CEventCodes::FindEvent(VeskEventCode_T code)
+{
+    for (const EventCodeRow_T& row : cEvents) {
+        if (row.Code == code) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
 const char* CEventCodes::EventText(VeskEventCode_T code)
 {
-    const EventText_T* row = FindRow(cEventTexts, code);
+    const EventCodeRow_T* row = FindEvent(code);
     return row ? row->Text : nullptr;
+}
+
+EventCodeTable_T CEventCodes::Events()
+{
+    return {std::begin(cEvents), std::end(cEvents)};
 }
 
 VeskEventCode_T CEventCodes::SendEvent(int priority, VeskEventCode_T code, const char* Where, const char* Why)
@@ -316,11 +258,12 @@ VeskEventCode_T CEventCodes::SendToLed(VeskEventCode_T code)
 {
     std::unique_ptr<CLedPatternMessage> pLedMsg(new (std::nothrow) CLedPatternMessage(m_pFactory));
     VESK_ASSERT(pLedMsg);
-    if (code < 0) {
-        if (const EventLed_T* row = FindRow(cEventLeds, code)) {
-            // Events never fail because of the LED.
-            (pLedMsg.get()->*(row->Action))(row->Pattern);
-        }
+    const EventCodeRow_T* row = code < 0 ? FindEvent(code) : nullptr;
+    // Events never fail because of the LED: its results are not examined.
+    if (row && row->Led == LED_SET) {
+        pLedMsg->SetPattern(row->LedPattern);
+    } else if (row && row->Led == LED_CLEAR) {
+        pLedMsg->ClearPattern(row->LedPattern);
     }
     return SUCCESS;
 }
@@ -330,14 +273,14 @@ VeskEventCode_T CEventCodes::UpdateErrorStatus(VeskEventCode_T code)
     if (code >= 0 || m_pErrorStatus == nullptr) {
         return SUCCESS;
     }
-    const EventStatus_T* row = FindRow(cEventStatus, code);
-    if (row == nullptr) {
+    const EventCodeRow_T* row = FindEvent(code);
+    if (row == nullptr || row->Status == STATUS_NONE) {
         return SUCCESS;
     }
     // Read-modify-write through the record: each step goes to the file, so
     // other processes see the word at once; a change between the two steps
     // is lost.
     const std::uint32_t word = m_pErrorStatus->GetErrorStatus();
-    m_pErrorStatus->SetErrorStatus(row->Set ? (word | row->Mask) : (word & row->Mask));
+    m_pErrorStatus->SetErrorStatus(row->Status == STATUS_OR ? (word | row->StatusMask) : (word & row->StatusMask));
     return SUCCESS;
 }

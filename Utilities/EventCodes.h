@@ -2,12 +2,39 @@
 #define UTILITIES_EVENTCODES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
+#include "Utilities/LedPatternMessage.h"
 #include "Utilities/VeskEventCode.h"
 
 class IOSSFactory;
 class IDatabaseErrorStatusMessage;
+
+// What an event does to its front-panel LED pattern.
+enum EventLedAction_T : std::uint8_t { LED_NONE, LED_SET, LED_CLEAR };
+// What an event does to the error status word: OR its mask in, or AND the
+// word with its mask.
+enum EventStatusAction_T : std::uint8_t { STATUS_NONE, STATUS_OR, STATUS_AND };
+
+// Everything the system knows about one event code. Codes without a row
+// are shown with CEventCodes::cNotListedText and have no effects.
+struct EventCodeRow_T {
+    VeskEventCode_T Code;
+    const char* Text;
+    LedErrorPattern_T LedPattern = cNoLedPattern;
+    EventLedAction_T Led = LED_NONE;
+    std::uint32_t StatusMask = 0;
+    EventStatusAction_T Status = STATUS_NONE;
+};
+
+// The rows of the event table, in the table's order.
+struct EventCodeTable_T {
+    const EventCodeRow_T* Begin;
+    const EventCodeRow_T* End;
+    const EventCodeRow_T* begin() const { return Begin; }
+    const EventCodeRow_T* end() const { return End; }
+};
 
 // Reports one event: turns it into one line, prints and logs that line,
 // drives the LED pattern and the error status word the event has. Also sends
@@ -46,8 +73,12 @@ public:
     // record. Always 0.
     VeskEventCode_T UpdateErrorStatus(VeskEventCode_T code);
 
+    // The code's row, or null when it has none.
+    static const EventCodeRow_T* FindEvent(VeskEventCode_T code);
     // The text of the code's row, or null when it has none.
     static const char* EventText(VeskEventCode_T code);
+    // The whole table, one row per code.
+    static EventCodeTable_T Events();
 
     // The last line or acknowledgement built.
     const char* GetMessage() const { return m_Message; }

@@ -8,6 +8,7 @@
 
 #include "Utilities/IOSSFile.h"
 #include "Utilities/IOSSNetwork.h"
+#include "Utilities/IOSSNotify.h"
 #include "Utilities/VeskEventCode.h"
 
 class IDatabaseErrorStatusMessage;
@@ -39,6 +40,8 @@ public:
     // A datagram socket, opened at once, whose system address is chosen by
     // AddressChoice (SystemAddressChoice_T). Never null.
     virtual IOSSNetwork* CreateNetwork(int domain, int type, int protocol, int AddressChoice) = 0;
+    // A file watching instance, opened at once. Never null.
+    virtual IOSSNotify* CreateNotify() = 0;
 
     // The variable's value, or null when unset.
     virtual const char* GetEnv(const char* Name) = 0;

@@ -15,6 +15,7 @@
 #include "Utilities/EventCodes.h"
 #include "Utilities/OSSLinuxFile.h"
 #include "Utilities/OSSLinuxNetwork.h"
+#include "Utilities/OSSLinuxNotify.h"
 #include "Utilities/VeskAssert.h"
 
 namespace {
@@ -102,6 +103,11 @@ IOSSFile* COSSLinuxFactory::CreateFile(const char* Name, int flags, int mode)
 IOSSNetwork* COSSLinuxFactory::CreateNetwork(int domain, int type, int protocol, int AddressChoice)
 {
     return new COSSLinuxNetwork(domain, type, protocol, AddressChoice);
+}
+
+IOSSNotify* COSSLinuxFactory::CreateNotify()
+{
+    return new COSSLinuxNotify();
 }
 
 const char* COSSLinuxFactory::GetEnv(const char* Name)

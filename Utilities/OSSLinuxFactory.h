@@ -17,6 +17,7 @@ public:
     IOSSFile* CreatePipe(const char* Name, int flags) override;
     IOSSFile* CreateFile(const char* Name, int flags, int mode) override;
     IOSSNetwork* CreateNetwork(int domain, int type, int protocol, int AddressChoice) override;
+    IOSSNotify* CreateNotify() override;
     const char* GetEnv(const char* Name) override;
     VeskEventCode_T SetEnv(const char* Name, const char* Value, bool overwrite) override;
     VeskEventCode_T Makedir(const char* Name, mode_t mode) override;

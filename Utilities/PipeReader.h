@@ -15,10 +15,13 @@ public:
     //
     // Returns:
     //  - SUCCESS after the terminator; also when a non-blocking pipe ran
-    //    empty (EAGAIN) after at least one byte, or reached end of file: the
-    //    message is then unterminated, so callers hand in a zeroed buffer;
+    //    empty (EAGAIN) after at least one byte: the message is then
+    //    unterminated, so callers hand in a zeroed buffer;
     //  - PIPE_MESSAGE_TOO_LONG when the room is used up, even if the last byte
-    //    stored is the terminator; the rest of the message stays in the pipe;
+    //    stored is the terminator; the rest of the message stays in the pipe.
+    //    At end of file the byte last read is stored again until the room is
+    //    full; when nothing was read it is a 0, which a 0 terminator takes
+    //    for the end of a one-byte message (SUCCESS);
     //  - otherwise the pipe's errno (EAGAIN for an empty non-blocking pipe).
     VeskEventCode_T ReadPipeMessage(IOSSFile* Pipe, Buffer_Bytes_T* Buffer, char Terminator) const;
 };

@@ -1,54 +1,95 @@
-// Record packets received from the network, of any size and content. The
-// first input byte chooses the record, the rest is the packet.
+// Record packets received from the network, of any size and content, for
+// every record of the codec's message table built on the shared record
+// machinery. The first input byte chooses the row, the rest is the packet.
 //
 // A packet carrying another record's id is a programming error of the
 // caller (the codec dispatches by id) and stops the unit on purpose, so the
 // id of a packet long enough to hold one is set to the record's own.
+//
+// The unit info record is made with the service info record's address:
+// run it in a network namespace of its own (see fuzz/CMakeLists.txt).
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
+#include <vector>
 
-#include "Database/DatabaseErrorStatusMessage.h"
-#include "Database/DatabaseMasterBottomRecordMessage.h"
-#include "Database/DatabaseSystemLimitsMessage.h"
+#include "Sonar4/Sonar4MessageTable.h"
 #include "Utilities/LittleEndian.h"
 #include "fuzz/FuzzUnit.h"
 
 namespace {
 
+struct FuzzedRecord {
+    const Sonar4MessageRow_T* Row;
+    ISonar4Message* Message;
+};
+
+// Released at exit, so that leak checking stays meaningful.
+struct OwnedMessages {
+    Sonar4MessageMap_T Map;
+    ~OwnedMessages() { DeleteSonar4Messages(Map); }
+};
+
+// The first object of every shared record row, made once as the codec makes them.
+const std::vector<FuzzedRecord>& Records()
+{
+    static OwnedMessages messages;
+    static const std::vector<FuzzedRecord> records = [] {
+        MakeSonar4Messages(FuzzUnit::Factory(), messages.Map);
+        std::vector<FuzzedRecord> chosen;
+        for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
+            if (row.Record.Kind == RECORD_SHARED) {
+                chosen.push_back({&row, messages.Map.find(row.Id)->second});
+            }
+        }
+        return chosen;
+    }();
+    return records;
+}
+
+std::vector<uint8_t> Build(ISonar4Message& Message)
+{
+    std::vector<uint8_t> built(Message.GetPacketSize() + 1);
+    Buffer_Bytes_T buffer(built.data(), built.size());
+    FuzzUnit::Require(Message.CreateMessage(&buffer) == SUCCESS, "the stored packet could not be built");
+    FuzzUnit::Require(buffer.size() == Message.GetPacketSize(), "the built packet has another size");
+    built.resize(buffer.size());
+    return built;
+}
+
 // The outcome every record promises: a packet shorter than the record, or
 // for another unit or protocol version, is refused with E2BIG and changes
-// nothing; any other is taken over whole (its size field corrected) and
-// stored, so that building the record's message yields it again.
-template <typename Record>
-void Decode(Record& record, LNET_MESSAGE_ID_T Id, const uint8_t* Data, size_t Size)
+// nothing; any other is taken over whole (its size field corrected, out of
+// range values replaced where the record validates) and stored, so that
+// building the record's message yields it again.
+void Decode(const FuzzedRecord& Record, const uint8_t* Data, size_t Size)
 {
-    constexpr size_t packetSize = Record::cPacketSize;
-    std::vector<uint8_t> bytes = FuzzUnit::WithMessageId(Data, Size, Id);
+    ISonar4Message& message = *Record.Message;
+    const size_t packetSize = message.GetPacketSize();
+    std::vector<uint8_t> bytes = FuzzUnit::WithMessageId(Data, Size, Record.Row->Id);
     const Buffer_Bytes_T packet(bytes.data(), Size);
 
-    uint8_t before[packetSize];
-    std::memcpy(before, record.GetPacket().data(), packetSize);
-    const VeskEventCode_T result = record.DecodeMessage(&packet);
+    const std::vector<uint8_t> before = Build(message);
+    const VeskEventCode_T result = message.DecodeMessage(&packet);
+    const std::vector<uint8_t> after = Build(message);
 
     if (result != SUCCESS) {
         FuzzUnit::Require(result == E2BIG, "a refused packet is reported as E2BIG");
-        FuzzUnit::Require(std::memcmp(before, record.GetPacket().data(), packetSize) == 0,
-                          "a refused packet changed the record");
+        FuzzUnit::Require(before == after, "a refused packet changed the record");
         return;
     }
     FuzzUnit::Require(Size >= packetSize, "a short packet was accepted");
-    LittleEndian::Write<uint32_t>(bytes.data() + 4, static_cast<uint32_t>(packetSize));
-    FuzzUnit::Require(std::memcmp(bytes.data(), record.GetPacket().data(), packetSize) == 0,
-                      "the accepted packet is not the record");
-
-    uint8_t built[packetSize + 1] = {};
-    Buffer_Bytes_T message(built, sizeof(built));
-    FuzzUnit::Require(record.CreateMessage(&message) == SUCCESS, "the stored packet could not be built again");
-    FuzzUnit::Require(message.size() == packetSize && std::memcmp(built, bytes.data(), packetSize) == 0,
-                      "the stored packet came back changed");
+    if (!Record.Row->Record.Validates) {
+        LittleEndian::Write<uint32_t>(bytes.data() + cSonar4SizeOffset, static_cast<uint32_t>(packetSize));
+        FuzzUnit::Require(std::memcmp(bytes.data(), after.data(), packetSize) == 0,
+                          "the stored packet is not the received one");
+        return;
+    }
+    // What validation leaves is valid: stored again, it stays as it is.
+    const Buffer_Bytes_T stored(const_cast<uint8_t*>(after.data()), after.size());
+    FuzzUnit::Require(message.DecodeMessage(&stored) == SUCCESS, "a stored packet was refused");
+    FuzzUnit::Require(Build(message) == after, "validation changed an already valid packet");
 }
 
 } // namespace
@@ -56,30 +97,16 @@ void Decode(Record& record, LNET_MESSAGE_ID_T Id, const uint8_t* Data, size_t Si
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     FuzzUnit::Prepare();
+    Records();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 {
-    static CDatabaseMasterBottomRecordMessage masterBottom(FuzzUnit::Factory());
-    static CDatabaseErrorStatusMessage errorStatus(FuzzUnit::Factory());
-    static CDatabaseSystemLimitsMessage systemLimits(FuzzUnit::Factory());
-
     if (Size == 0) {
         return 0;
     }
-    const uint8_t* packet = Data + 1;
-    const size_t packetSize = Size - 1;
-    switch (Data[0] % 3) {
-    case 0:
-        Decode(masterBottom, Message_Id_Sonar4_Master_Bottom_Record, packet, packetSize);
-        break;
-    case 1:
-        Decode(errorStatus, Message_Id_Sonar4_Error_Status, packet, packetSize);
-        break;
-    default:
-        Decode(systemLimits, Message_Id_Sonar4_System_Settings_Limits, packet, packetSize);
-        break;
-    }
+    const std::vector<FuzzedRecord>& records = Records();
+    Decode(records[Data[0] % records.size()], Data + 1, Size - 1);
     return 0;
 }

@@ -1,6 +1,8 @@
 // Anything arriving on the unit's control port: the codec reads the header
 // of any packet of at least 8 bytes and hands the packet to the message
-// that owns its id.
+// that owns its id. The first input byte steers the id: below 0x80 the
+// packet keeps its own, else it gets the id of a row of the codec's message
+// table. The rest is the packet.
 //
 // Needs an interface with a "10." address: run it in a network namespace
 // of its own (see fuzz/CMakeLists.txt).
@@ -11,6 +13,7 @@
 #include <memory>
 
 #include "Sonar4/Sonar4.h"
+#include "Sonar4/Sonar4MessageTable.h"
 #include "Utilities/LittleEndian.h"
 #include "fuzz/FuzzUnit.h"
 
@@ -23,9 +26,14 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 {
     constexpr size_t cHeaderFields = 8;
-    if (Size < cHeaderFields) {
+    if (Size < 1 + cHeaderFields) {
         return 0;
     }
+    const Sonar4MessageTable_T& table = GetSonar4MessageTable();
+    const bool ownId = Data[0] < 0x80;
+    const size_t row = (Data[0] - 0x80u) % table.Count;
+    ++Data;
+    --Size;
     // A fresh codec per packet: see ServiceInfoFuzzer.cpp for why the
     // service info record must start from its defaults each time.
     std::remove(FuzzUnit::PathOf("systemdata/ServiceInfo.bin").c_str());
@@ -33,15 +41,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 
     std::unique_ptr<uint8_t[]> bytes(new uint8_t[Size]);
     std::memcpy(bytes.get(), Data, Size);
+    if (!ownId) {
+        LittleEndian::Write<uint32_t>(bytes.get(), table.Rows[row].Id);
+    }
     const Buffer_Bytes_T packet(bytes.get(), Size);
+    const LNET_MESSAGE_ID_T sentId = LittleEndian::Read<uint32_t>(bytes.get());
 
-    FuzzUnit::Require(codec.GetMessageID(&packet) == LittleEndian::Read<uint32_t>(Data), "wrong message id");
+    FuzzUnit::Require(codec.GetMessageID(&packet) == sentId, "wrong message id");
     FuzzUnit::Require(codec.GetMessageSize(&packet) == LittleEndian::Read<uint32_t>(Data + 4), "wrong message size");
     codec.GetPingConfigIndex(&packet);
 
     LNET_MESSAGE_ID_T id = 0xFFFFFFFF;
     const VeskEventCode_T result = codec.DecodeMessage(&packet, &id);
-    FuzzUnit::Require(id == LittleEndian::Read<uint32_t>(Data), "the decoded id is not the packet's");
+    FuzzUnit::Require(id == sentId, "the decoded id is not the packet's");
     if (result == SUCCESS) {
         FuzzUnit::Require(codec.GetReceivedCount(id) == 1 && codec.GetDecodeErrorCount() == 0, "miscounted");
     } else {

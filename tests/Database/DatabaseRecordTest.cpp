@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -15,35 +16,11 @@
 #include "Database/DatabaseEnvironmentLimitsMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
-#include "Database/DatabaseSystemSettingsMessage.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
-
-// Where each record's file lives and what it holds by default (hex; null
-// for an all-zero payload).
-struct RecordCase {
-    const char* Class;
-    const char* File;
-    uint32_t Id;
-    const char* DefaultPayload;
-};
-template <typename Record>
-const RecordCase cCase{};
-template <>
-const RecordCase cCase<CDatabaseEnvironmentLimitsMessage> = {"CDatabaseEnvironmentLimitsMessage",
-    "nonpersisted/EnvironmentLimits.bin", 0x270105, "8A 02 BC 02 EE 02 20 03 04 29 10 27 30 75 D0 84 F4 01 05"};
-template <>
-const RecordCase cCase<CDatabaseSystemLimitsMessage> = {"CDatabaseSystemLimitsMessage", "nonpersisted/SystemLimits.bin",
-    0x270107, "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"};
-template <>
-const RecordCase cCase<CDatabaseMasterBottomRecordMessage> = {"CDatabaseMasterBottomRecordMessage",
-    "nonpersisted/MasterBottomRecord.bin", 0x270108, "00 00 00 00 80 00"};
-template <>
-const RecordCase cCase<CDatabaseSystemSettingsMessage> = {"CDatabaseSystemSettingsMessage",
-    "systemdata/SystemSettings.bin", 0x270106, nullptr};
 
 std::string Hex(const std::string& Bytes)
 {
@@ -67,20 +44,24 @@ std::string Le32(uint32_t Value)
 
 } // namespace
 
-template <typename Record>
+// The machinery is shared: it is proven here on the master bottom record;
+// the codec's message table test proves the common promises of every record.
 class DatabaseRecordTest : public ::testing::Test {
 protected:
+    using Record = CDatabaseMasterBottomRecordMessage;
     static constexpr size_t cSize = Record::cPacketSize;
+    static constexpr const char* cFile = "nonpersisted/MasterBottomRecord.bin";
+    static constexpr const char* cClass = "CDatabaseMasterBottomRecordMessage";
 
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
-    std::string Path() const { return m_Sandbox / cCase<Record>.File; }
+    std::string Path() const { return m_Sandbox / cFile; }
     std::string FileBytes() const { return CSandbox::ReadFile(Path()); }
-    void WriteFileBytes(const std::string& Bytes) { m_Sandbox.WriteFile(cCase<Record>.File, Bytes); }
+    void WriteFileBytes(const std::string& Bytes) { m_Sandbox.WriteFile(cFile, Bytes); }
     // A packet of this record: header fields as given, every payload byte Fill.
     static std::string Image(uint32_t Version = 116, uint32_t Serial = 1234, char Fill = 0x5A, uint32_t Size = cSize)
     {
-        return Le32(cCase<Record>.Id) + Le32(Size) + Le32(Version) + Le32(Serial) + std::string(cSize - 16, Fill);
+        return Le32(0x270108) + Le32(Size) + Le32(Version) + Le32(Serial) + std::string(cSize - 16, Fill);
     }
     std::string PacketOf(const Record& R) const { return {reinterpret_cast<const char*>(R.GetPacket().data()), cSize}; }
     // Why-texts of the events so far, each of which must come at level 3
@@ -89,7 +70,7 @@ protected:
     {
         std::vector<std::string> whys;
         for (const auto& event : m_Factory.m_Events) {
-            EXPECT_EQ(event.Where + " " + std::to_string(event.Level), cCase<Record>.Class + Operation + " 3");
+            EXPECT_EQ(event.Where + " " + std::to_string(event.Level), cClass + Operation + " 3");
             whys.push_back(event.Why);
         }
         m_Factory.m_Events.clear();
@@ -100,101 +81,88 @@ protected:
     CRecordingFactory m_Factory;
 };
 
-using Records = ::testing::Types<CDatabaseEnvironmentLimitsMessage, CDatabaseSystemLimitsMessage,
-                                 CDatabaseMasterBottomRecordMessage, CDatabaseSystemSettingsMessage>;
-TYPED_TEST_SUITE(DatabaseRecordTest, Records);
-
-TYPED_TEST(DatabaseRecordTest, MissingFileIsCreatedWithDefaultsAndALongerOneIsCutAtTheNextStore)
+// Each record's own default payload (hex), written when its file is missing.
+TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
 {
-    TypeParam record(&this->m_Factory);
-    const std::string bytes = this->FileBytes();
-    const char* payload = cCase<TypeParam>.DefaultPayload;
-    EXPECT_EQ(Hex(bytes), Hex(this->Image().substr(0, 16)) + " " +
-                              (payload ? payload : Hex(std::string(this->cSize - 16, '\0'))));
-    EXPECT_EQ(this->PacketOf(record), bytes);
+    const std::tuple<std::string, std::function<std::string()>, std::string> cases[] = {
+        {"environment limits", [&]() -> std::string { return CDatabaseEnvironmentLimitsMessage(&m_Factory).GetDBFilePath(); },
+         "8A 02 BC 02 EE 02 20 03 04 29 10 27 30 75 D0 84 F4 01 05"},
+        {"system limits", [&]() -> std::string { return CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(); },
+         "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"},
+        {"master bottom", [&]() -> std::string { return Record(&m_Factory).GetDBFilePath(); }, "00 00 00 00 80 00"},
+    };
+    for (const auto& [name, make, payload] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(Hex(CSandbox::ReadFile(make()).substr(16)), payload);
+    }
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
 
+TEST_F(DatabaseRecordTest, ALongerFileIsReadAndCutAtTheNextStore)
+{
+    Record record(&m_Factory);
     // The message is the file as it is now; a longer file is cut at the next store.
-    this->WriteFileBytes(this->Image() + "tail");
-    std::string out(this->cSize, '\0');
+    WriteFileBytes(Image() + "tail");
+    std::string out(cSize, '\0');
     Buffer_Bytes_T buffer(out.data(), out.size());
     EXPECT_EQ(record.CreateMessage(&buffer), SUCCESS);
-    EXPECT_EQ(out.substr(0, buffer.size()), this->Image());
+    EXPECT_EQ(out.substr(0, buffer.size()), Image());
     EXPECT_EQ(record.writeDB(), SUCCESS);
-    EXPECT_EQ(this->FileBytes(), this->Image());
-    EXPECT_TRUE(this->m_Factory.m_Events.empty());
+    EXPECT_EQ(FileBytes(), Image());
+    EXPECT_TRUE(m_Factory.m_Events.empty());
 }
 
 // A rejected file is reported, deleted and replaced by the defaults at the
 // next load; the values in memory stay as they were.
-TYPED_TEST(DatabaseRecordTest, ShortOrForeignFileIsReportedRemovedAndRecreatedAtTheNextLoad)
+TEST_F(DatabaseRecordTest, ShortOrForeignFileIsReportedRemovedAndRecreatedAtTheNextLoad)
 {
     const std::string version = "Old Sonar 4 found V115 expected V116";
     const std::string serial = "Serial Number Mismatch found99 expected 1234";
     const std::tuple<std::string, VeskEventCode_T, const char*, std::vector<std::string>> cases[] = {
-        {this->Image().substr(0, this->cSize - 1), FAILED_TO_READ_FILE_CONTENTS, "::readDB",
+        {Image().substr(0, cSize - 1), FAILED_TO_READ_FILE_CONTENTS, "::readDB",
          {"Failed to read contents", "Removing File Possible Old Version Of Sonar 4 "}},
-        {this->Image(115, 1234), SUCCESS, "::ConfirmSonar4Version", {version}},
-        {this->Image(116, 99), SUCCESS, "::ConfirmSonar4Version", {serial}},
-        {this->Image(115, 99), SUCCESS, "::ConfirmSonar4Version", {version, serial}},
+        {Image(115, 1234), SUCCESS, "::ConfirmSonar4Version", {version}},
+        {Image(116, 99), SUCCESS, "::ConfirmSonar4Version", {serial}},
+        {Image(115, 99), SUCCESS, "::ConfirmSonar4Version", {version, serial}},
     };
-    TypeParam record(&this->m_Factory);
-    const std::string defaults = this->FileBytes();
+    Record record(&m_Factory);
+    const std::string defaults = FileBytes();
     for (const auto& [file, result, where, whys] : cases) {
-        this->WriteFileBytes(file);
+        WriteFileBytes(file);
         EXPECT_EQ(record.readDB(), result);
-        EXPECT_EQ(this->TakeWhys(where), whys);
-        EXPECT_FALSE(CSandbox::Exists(this->Path()));
-        EXPECT_EQ(this->PacketOf(record), defaults);
+        EXPECT_EQ(TakeWhys(where), whys);
+        EXPECT_FALSE(CSandbox::Exists(Path()));
+        EXPECT_EQ(PacketOf(record), defaults);
         EXPECT_EQ(record.readDB(), SUCCESS);
-        EXPECT_EQ(this->FileBytes(), defaults);
+        EXPECT_EQ(FileBytes(), defaults);
     }
 }
 
-TYPED_TEST(DatabaseRecordTest, ReceivedPacketIsStoredOnlyWhenWholeAndForThisUnit)
+TEST_F(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
 {
-    const std::tuple<std::string, VeskEventCode_T, std::vector<std::string>> cases[] = {
-        {this->Image(116, 99), E2BIG, {"Error in incoming message exp SN 1234 got  99exp S4V 116 got  116"}},
-        {this->Image(117, 1234), E2BIG, {"Error in incoming message exp SN 1234 got  1234exp S4V 116 got  117"}},
-        {this->Image().substr(0, this->cSize - 1), E2BIG, {}},
-        // The size field is rewritten on store; bytes past the packet are ignored.
-        {this->Image(116, 1234, 0x21, 0) + "extra", SUCCESS, {}},
-    };
-    TypeParam record(&this->m_Factory);
-    for (auto [received, result, whys] : cases) {
-        const std::string before = this->FileBytes();
-        const Buffer_Bytes_T buffer(received.data(), received.size());
-        EXPECT_EQ(record.DecodeMessage(&buffer), result);
-        EXPECT_EQ(this->TakeWhys("::DecodeMessage"), whys);
-        EXPECT_EQ(this->FileBytes(), result == SUCCESS ? this->Image(116, 1234, 0x21) : before);
-    }
-}
-
-TYPED_TEST(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
-{
-    this->m_Factory.m_FailOpenWith = EACCES;
-    this->m_Factory.m_FailOpenCount = 1;
-    TypeParam record(&this->m_Factory);
+    m_Factory.m_FailOpenWith = EACCES;
+    m_Factory.m_FailOpenCount = 1;
+    Record record(&m_Factory);
     EXPECT_EQ(record.GetLastError(), EACCES);
-    EXPECT_EQ(this->TakeWhys(" constructor"), std::vector<std::string>{"failed to write to DB"});
+    EXPECT_EQ(TakeWhys(" constructor"), std::vector<std::string>{"failed to write to DB"});
 
-    ASSERT_EQ(symlink("/dev/full", this->Path().c_str()), 0);
+    ASSERT_EQ(symlink("/dev/full", Path().c_str()), 0);
     EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
-    EXPECT_EQ(this->m_Factory.m_Events.at(0).Code, ENOSPC);
-    EXPECT_EQ(this->TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
-    std::remove(this->Path().c_str());
+    EXPECT_EQ(m_Factory.m_Events.at(0).Code, ENOSPC);
+    EXPECT_EQ(TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
+    std::remove(Path().c_str());
 
     // Another task writing the file keeps this one from storing over it.
     ASSERT_EQ(record.readDB(), SUCCESS);
-    const std::string before = this->FileBytes();
-    CFileHolder writer(this->Path(), O_WRONLY);
+    const std::string before = FileBytes();
+    CFileHolder writer(Path(), O_WRONLY);
     ASSERT_EQ(writer.OpenError(), 0);
     EXPECT_EQ(record.writeDB(), FILE_ACCESS_DENIED);
-    EXPECT_EQ(this->FileBytes(), before);
+    EXPECT_EQ(FileBytes(), before);
 }
 
-// The remaining cases concern one record at a time.
-using DatabaseRecordDeathTest = DatabaseRecordTest<CDatabaseMasterBottomRecordMessage>;
-using DatabaseRecordFieldsTest = DatabaseRecordTest<CDatabaseMasterBottomRecordMessage>;
+using DatabaseRecordDeathTest = DatabaseRecordTest;
+using DatabaseRecordFieldsTest = DatabaseRecordTest;
 
 // The assertion texts are built from each record's description; these are
 // the ones the master bottom record must print.
@@ -238,7 +206,6 @@ TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndNamedFieldsSitAtTheir
     ASSERT_EQ(record.writeDB(), SUCCESS);
     EXPECT_EQ(Hex(FileBytes().substr(16)), "00 FF FF FF FF 02");
 
-    // The default maximum depth is among the default payloads above.
     m_Sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", "20000");
     const std::string limits = CSandbox::ReadFile(CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath());
     EXPECT_EQ(Hex(limits.substr(45)), "20 4E 00 00");

@@ -75,6 +75,23 @@ TEST_F(ServiceInfoTest, FreshFileHoldsTheDiscoveryPacket)
     EXPECT_EQ(550u, buffer.size());
 }
 
+TEST_F(ServiceInfoTest, AShortFileLeavesWhatWasReadInTheRecordAndIsRemoved)
+{
+    CDatabaseServiceInfoMessage record(&m_Factory);
+    const IPPort32_T control = record.GetControlPort();
+    // 30 bytes: the data port (offset 24) is in them, the control port (32) is not.
+    m_Sandbox.WriteFile("systemdata/ServiceInfo.bin", File().substr(0, 24) + std::string("\x8A\x0C\0\0", 4) + "\0\0");
+    m_Factory.m_Events.clear();
+    EXPECT_EQ(FAILED_TO_READ_FILE_CONTENTS, record.readDB());
+    EXPECT_EQ(3210u, record.GetDataPort());
+    EXPECT_EQ(control, record.GetControlPort());
+    EXPECT_FALSE(record.GetPortsChanged());
+    EXPECT_FALSE(CSandbox::Exists(m_Sandbox / "systemdata/ServiceInfo.bin"));
+    ASSERT_EQ(2u, m_Factory.m_Events.size());
+    EXPECT_EQ("Failed to read contents", m_Factory.m_Events[0].Why);
+    EXPECT_EQ("CDatabaseServiceInfoMessage::readDB", m_Factory.m_Events[1].Where);
+}
+
 TEST_F(ServiceInfoTest, ConstructionFollowsTheUnitsAddress)
 {
     m_Sandbox.SetEnv("PRODUCT_ID", "NOSUCH");

@@ -8,7 +8,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <regex>
+#include <set>
 #include <string>
 #include <tuple>
 
@@ -57,49 +59,69 @@ std::string Masked(const std::string& Text)
     return std::regex_replace(Text, cTime, "<time>");
 }
 
-// The texts of 0, of -1 to -12, of -99 and of -101 to -178, in that order.
-const char* const cTexts[] = {
-    "SUCCESS", "libUSB Input/output error", "libUSB Invalid parameter",
-    "libUSB Access denied (insufficient permissions)", "libUSB No such device (it may have been disconnected)",
-    "libUSB Entity not found", "libUSB Resource busy", "libUSB Operation timed out", "libUSB Overflow",
-    "libUSB Pipe error", "libUSB System call interrupted (perhaps due to signal)", "libUSB Insufficient memory",
-    "libUSB Operation not supported or unimplemented on this platform", "libUSB Other error", "OSS_FILE_FAILURE",
-    "OSS_NETWORK_FAILURE", "DOBII_FAILURE", "FILE_HANDLE_UNINITIALISED", "NO_FACTORY_PRESENT",
-    "NO_ROOT_DIR_ENVVAR_PRESENT", "DATABASE_NOT_COPIED_PATH_TOO_LONG", "PIPE_MESSAGE_TOO_LONG",
-    "FAILED_TO_SEND_ALL_DATA", "PIPE_OPEN_FAILURE", "TASK_NO_PINGS_ENABLED", "SONAR4_ERROR_NO_TX_SOCKET_CREATED",
-    "SONAR4_ERROR_BUFFER_TOO_SMALL_FOR_MESSAGE", "SONAR4_ERROR_BIND_FAILURE_SYSTEM_PORT",
-    "SONAR4_ERROR_RECIEVE_FAILURE_SYSTEM_PORT", "SONAR4_ERROR_MESSAGE_UNKNOWN", "TOO_MANY_FILES_TO_POLL",
-    "DATABASE_NOT_CREATED", "TASK_TIMED_OUT", "TOO_MANY_TASKS_TO_MONITOR", "TASK_FAILURE_DETECTED",
-    "NO_TASK_MATCHES_ACK", "PING_PARAM_FAILED_TO_OPEN_FILE ", "PING_PARAM_NO_FILES_FOUND", "ERROR_REPORT_TOO_LARGE",
-    "LOSS_OF_NETWORK_TRAFFIC", "PIPE_COMMAND_UNKNOWN", "NO_RESPONSE_FROM_TASK",
-    "SONAR4_PING_CHANGE_COMMAND_NOT_RECOGNISED", "SONAR4_DEBUG_COMMAND_NOT_RECOGNISED",
-    "SONAR4_GLOBAL_CHANGE_COMMAND_NOT_RECOGNISED", "SONAR4_XDCR_CHANGE_COMMAND_NOT_RECOGNISED",
-    "NO_ENVIRONMENT_VARIABLE_FOUND", "NETWORK_TRAFFIC_FOUND", "Shutdown task request", "Failure to download Sam3u code",
-    "Failure to download FPGA", "Failure to read the USB", "Failure to write to the USB", "File Access Denied",
-    "Failed to read File Contents", "Failed to write File Contents", "Failed to find ping",
-    "No TransducerID data available", "The code block length contained in header is 0",
-    "Failed to create pointer to file", "DOBII header checksum is wrong", "DOBII header extraction failed",
-    "DOBII checksum failed", "DOBII file checksum is wrong", "Failed to extract data from file",
-    "Failed to download dob and install it", "Failure to sychronise the USB", "USB is not waiting for any data",
-    "Mismatch in Depth Transducer Power levels", "Depth Transducer has been unplugged",
-    "Depth Transducer user selection mismatch", "Possible File corruption found in database",
-    "FPGA Timeout due to a failure to boost", "Transducer Too Hot to ping", "Power Amp Too Hot to ping",
-    "Transducer Cooled Down", "Power Amp Cooled Down", "Ambient Too Hot to ping", "Ambient Cooled Down",
-    "Temperatures have read as zero", "Battery Voltage Too High", "Battery Voltage Too Low", "Battery Voltage OK",
-    "Battery Voltage OK", "UART Poll timed out", "Thread Creation Failed", "UART Failure", "No Water Temp Available",
-    "Transducer Reconnected", "FPGA Pinging Again", "No FPGA Interface Installed", "No Fpga Data received Over SPI",
-};
-
 } // namespace
+
+TEST(EventTableTest, EveryCodeHasOneRowThatLookupsFind)
+{
+    std::set<VeskEventCode_T> codes;
+    for (const EventCodeRow_T& row : CEventCodes::Events()) {
+        EXPECT_TRUE(codes.insert(row.Code).second) << "two rows for " << row.Code;
+        EXPECT_EQ(CEventCodes::FindEvent(row.Code), &row) << row.Code;
+        ASSERT_NE(row.Text, nullptr);
+        EXPECT_NE(row.Text[0], '\0') << row.Code;
+    }
+    EXPECT_EQ(codes.size(), 92u);
+    // Listed: 0, -1 to -12, -99, -101 to -178; nothing else.
+    for (VeskEventCode_T code : {1, -13, -98, -100, -179}) {
+        EXPECT_EQ(CEventCodes::FindEvent(code), nullptr) << code;
+    }
+    for (VeskEventCode_T code : {0, -12, -99, -101, -134, -135, -178}) {
+        EXPECT_NE(CEventCodes::FindEvent(code), nullptr) << code;
+    }
+    const std::pair<VeskEventCode_T, const char*> chosen[] = {
+        {0, "SUCCESS"}, {-99, "libUSB Other error"}, {-123, "PING_PARAM_FAILED_TO_OPEN_FILE "},
+        {-141, "Failed to read File Contents"}, {-178, "No Fpga Data received Over SPI"}};
+    for (const auto& [code, text] : chosen) {
+        EXPECT_STREQ(CEventCodes::EventText(code), text) << code;
+    }
+}
+
+TEST(EventTableTest, EachLedPatternHasOneSettingCodeAndTheCodeThatClearsItClearsTheSameStatusBit)
+{
+    std::map<LedErrorPattern_T, const EventCodeRow_T*> setting;
+    std::set<std::uint32_t> bits;
+    for (const EventCodeRow_T& row : CEventCodes::Events()) {
+        // An event with a lasting condition has both effects, others neither.
+        EXPECT_EQ(row.Led == LED_NONE, row.Status == STATUS_NONE) << row.Code;
+        if (row.Led == LED_SET) {
+            EXPECT_TRUE(setting.emplace(row.LedPattern, &row).second) << row.Code;
+            EXPECT_EQ(row.StatusMask & (row.StatusMask - 1), 0u) << row.Code << " sets one bit";
+            EXPECT_TRUE(bits.insert(row.StatusMask).second) << row.Code;
+        }
+    }
+    EXPECT_EQ(setting.size(), 9u);
+    EXPECT_EQ(bits.size(), 9u);
+    int clearing = 0;
+    for (const EventCodeRow_T& row : CEventCodes::Events()) {
+        if (row.Led == LED_CLEAR) {
+            ++clearing;
+            ASSERT_EQ(setting.count(row.LedPattern), 1u) << row.Code;
+            const EventCodeRow_T& set = *setting[row.LedPattern];
+            EXPECT_EQ(set.Status, STATUS_OR) << set.Code;
+            EXPECT_EQ(row.Status, STATUS_AND) << row.Code;
+            EXPECT_EQ(row.StatusMask, ~set.StatusMask) << row.Code;
+        }
+    }
+    // File corruption (pattern 4) is never cleared, and its status mask is
+    // ANDed in: it keeps bit 3 and wipes the others.
+    EXPECT_EQ(clearing, 8);
+    EXPECT_EQ(setting[4]->Code, -158);
+    EXPECT_EQ(setting[4]->Status, STATUS_AND);
+    EXPECT_EQ(setting[4]->StatusMask, 0x8u);
+}
 
 TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
 {
-    VeskEventCode_T code = 1;
-    for (const char* text : cTexts) {
-        code = code == -12 ? -99 : code == -99 ? -101 : code - 1;
-        EXPECT_STREQ(CEventCodes::EventText(code), text) << code;
-    }
-    EXPECT_EQ(code, -178);
     const std::pair<VeskEventCode_T, std::string> lines[] = {
         {0, "SUCCESS (0)"}, {-123, "PING_PARAM_FAILED_TO_OPEN_FILE  (-123)"}, {-170, "Battery Voltage OK (-170)"},
         {ENOENT, std::strerror(ENOENT) + " (2)"s}, {-13, CEventCodes::cNotListedText + " (-13)"s},
@@ -138,9 +160,7 @@ TEST_F(EventCodesTest, EventsSetAndClearTheirLedPatternAndStatusBitsEvenWhenRefu
 {
     // Code, 'S' (set) or 'C' (clear) or 0 (no effect), LED pattern, status word before and after.
     const std::tuple<VeskEventCode_T, char, int, std::uint32_t, std::uint32_t> rows[] = {
-        {-126, 'S', 1, 0, 0x1}, {-134, 'C', 1, ~0u, ~0x1u}, {-156, 'S', 2, 0, 0x2}, {-175, 'C', 2, ~0u, ~0x2u},
-        {-159, 'S', 3, 0, 0x4}, {-176, 'C', 3, ~0u, ~0x4u}, {-160, 'S', 5, 0, 0x10}, {-162, 'C', 5, ~0u, ~0x10u},
-        {-161, 'S', 6, 0, 0x20}, {-163, 'C', 6, ~0u, ~0x20u}, {-164, 'S', 7, 0, 0x40}, {-165, 'C', 7, ~0u, ~0x40u},
+        {-126, 'S', 1, 0, 0x1}, {-134, 'C', 1, ~0u, ~0x1u}, {-164, 'S', 7, 0, 0x40}, {-165, 'C', 7, ~0u, ~0x40u},
         // File corruption keeps bit 3 as it was and wipes every other bit.
         {-158, 'S', 4, 0x1F7, 0x0}, {-158, 'S', 4, 0xF, 0x8},
         // Same text, different conditions.

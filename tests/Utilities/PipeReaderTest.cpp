@@ -50,3 +50,37 @@ TEST(PipeReaderTest, ReadsOneMessageFromAFifo)
         EXPECT_EQ(left.substr(0, count > 0 ? static_cast<size_t>(count) : 0), c.Left);
     }
 }
+
+// Once the writers are gone, each read yields nothing and the byte read last
+// is stored again until the room is full.
+TEST(PipeReaderTest, AtEndOfFileTheLastByteFillsTheRoom)
+{
+    const struct {
+        std::string Written;
+        char Terminator;
+        VeskEventCode_T Result;
+        std::string Stored;
+    } cases[] = {
+        {"abc", '\0', PIPE_MESSAGE_TOO_LONG, "abc" + std::string(13, 'c')},
+        {"", '\n', PIPE_MESSAGE_TOO_LONG, std::string(16, '\0')},
+        {"", '\0', SUCCESS, "\0"s},
+        {"ok\n", '\n', SUCCESS, "ok\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Written);
+        CSandbox sandbox;
+        const std::string path = sandbox.MakeFifo("pipe");
+        COSSLinuxFile pipe(path.c_str(), O_RDONLY | O_NONBLOCK, 0);
+        const int writer = open(path.c_str(), O_WRONLY);
+        ASSERT_GE(writer, 0);
+        ASSERT_EQ(write(writer, c.Written.data(), c.Written.size()), static_cast<ssize_t>(c.Written.size()));
+        close(writer);
+
+        std::string memory(20, '#');
+        Buffer_Bytes_T buffer(memory.data(), memory.size());
+        buffer.size(16);
+        EXPECT_EQ(CPipeReader().ReadPipeMessage(&pipe, &buffer, c.Terminator), c.Result);
+        ASSERT_EQ(buffer.size(), c.Stored.size());
+        EXPECT_EQ(memory, c.Stored + std::string(20 - c.Stored.size(), '#'));
+    }
+}
