@@ -3,8 +3,8 @@
 # discovery) run the target's executables on this machine.
 #
 # The caller sets VESK_CROSS_TRIPLET (e.g. arm-linux-gnueabihf),
-# VESK_CROSS_PROCESSOR (CMAKE_SYSTEM_PROCESSOR), VESK_CROSS_QEMU (qemu-arm)
-# and VESK_CROSS_DEB_ARCH (the Debian architecture of packages built here).
+# VESK_CROSS_PROCESSOR (CMAKE_SYSTEM_PROCESSOR) and VESK_CROSS_QEMU
+# (qemu-arm). A package's architecture follows from the compiler chosen here.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${VESK_CROSS_PROCESSOR})
 
@@ -29,4 +29,3 @@ set(CMAKE_CROSSCOMPILING_EMULATOR
 set(VESK_GTEST_SOURCE_DIR /usr/src/googletest CACHE PATH "GoogleTest sources built with the cross compiler")
 set(VESK_BENCHMARKS OFF CACHE BOOL "Benchmarks measure this machine, not the target")
 set(VESK_FUZZERS OFF CACHE BOOL "libFuzzer targets are host-only")
-set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${VESK_CROSS_DEB_ARCH})

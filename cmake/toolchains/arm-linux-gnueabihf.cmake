@@ -2,5 +2,4 @@
 set(VESK_CROSS_TRIPLET arm-linux-gnueabihf)
 set(VESK_CROSS_PROCESSOR arm)
 set(VESK_CROSS_QEMU qemu-arm)
-set(VESK_CROSS_DEB_ARCH armhf)
 include(${CMAKE_CURRENT_LIST_DIR}/DebianCross.cmake)
