@@ -29,7 +29,6 @@ ninja -C "$dir"
 echo "== tests in $dir (under qemu-user)"
 status=0
 (cd "$dir" && ctest --output-on-failure --no-tests=error -j "$(nproc)" 2>&1 | tee ctest.log) || status=1
-(cd "$dir" && ctest -N | sed -n 's/^Total Tests: //p') > "$dir/test-count"
 
 # The reason each skipped test gave ("<file>:<line>: Skipped" then the text).
 skipped=$(grep -c '(Skipped)$' "$dir/ctest.log" || true)
@@ -37,6 +36,9 @@ echo "== $skipped tests skipped under the emulator in $dir:"
 grep '(Skipped)$' "$dir/ctest.log" | sed 's/^[[:space:]]*[0-9]* - /  /' || true
 grep -h -A1 ': Skipped$' "$dir/Testing/Temporary/LastTest.log" 2>/dev/null | grep -v -e ': Skipped$' -e '^--$' |
     sort | uniq -c | sed 's/^/  because: /' || true
+
+# Counted last: ctest -N starts a new LastTest.log.
+(cd "$dir" && ctest -N | sed -n 's/^Total Tests: //p') > "$dir/test-count"
 
 if [ $status -ne 0 ]; then
     echo "FAILED: tests in $dir"
