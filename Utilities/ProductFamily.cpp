@@ -42,3 +42,8 @@ ProductFamily_T GetProductFamily(IOSSFactory* pFactory)
     }
     return cProductFamilyUnknown;
 }
+
+const char* GetProductModelVariable(size_t Index)
+{
+    return Index < sizeof(cProductRows) / sizeof(cProductRows[0]) ? cProductRows[Index].Variable : nullptr;
+}

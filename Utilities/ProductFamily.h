@@ -1,6 +1,8 @@
 #ifndef UTILITIES_PRODUCTFAMILY_H
 #define UTILITIES_PRODUCTFAMILY_H
 
+#include <cstddef>
+
 class IOSSFactory;
 
 // Product family of the unit, 0..9; 0 when the product is none of the known
@@ -15,5 +17,8 @@ constexpr ProductFamily_T cProductFamilyMasterBottom = 9;
 // a fixed order; the first equal row gives the family. An unset variable is a
 // row that does not match.
 ProductFamily_T GetProductFamily(IOSSFactory* pFactory);
+
+// The model variables the lookup reads, in its order; null past the last.
+const char* GetProductModelVariable(size_t Index);
 
 #endif

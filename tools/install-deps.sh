@@ -5,13 +5,11 @@
 #   tools/install-deps.sh armhf|aarch64   a cross build and qemu-user to test it
 set -euo pipefail
 
+packages=(cmake ninja-build googletest iproute2 util-linux tshark systemd)
 case "${1:-}" in
-    armhf) packages=(cmake ninja-build g++-arm-linux-gnueabihf qemu-user googletest iproute2 util-linux) ;;
-    aarch64) packages=(cmake ninja-build g++-aarch64-linux-gnu qemu-user googletest iproute2 util-linux) ;;
-    *)
-        packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
-                  libbenchmark-dev iproute2 util-linux)
-        ;;
+    armhf) packages+=(g++-arm-linux-gnueabihf qemu-user) ;;
+    aarch64) packages+=(g++-aarch64-linux-gnu qemu-user) ;;
+    *) packages+=(g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev) ;;
 esac
 
 missing=()
@@ -31,5 +29,8 @@ if [ "$(id -u)" -ne 0 ]; then
     sudo_cmd=(sudo)
 fi
 export DEBIAN_FRONTEND=noninteractive
+# tshark's package asks whether non-root users may capture; nobody is there
+# to answer (CI has no input), and the tests read capture files only.
+echo "wireshark-common wireshark-common/install-setuid boolean false" | "${sudo_cmd[@]}" debconf-set-selections
 "${sudo_cmd[@]}" apt-get update -q
 "${sudo_cmd[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"

@@ -15,10 +15,18 @@ build="$top/build/release"
 
 if [ -z "${VESK_UNIT_NETNS:-}" ]; then
     "$top/tools/install-deps.sh"
-    if [ ! -f "$build/build.ninja" ]; then
-        cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++ >/dev/null
+    # Quiet when the build works; its errors are shown when it does not.
+    log=$(mktemp)
+    trap 'rm -f "$log"' EXIT
+    if ! { [ -f "$build/build.ninja" ] ||
+           cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++; } >"$log" 2>&1 ||
+       ! ninja -C "$build" MasterBottomTask vesk_tool >>"$log" 2>&1; then
+        cat "$log" >&2
+        echo "[unit] verdict: FAILED, the build failed (errors above)" >&2
+        exit 1
     fi
-    ninja -C "$build" MasterBottomTask UnitSimulator >/dev/null
+    rm -f "$log"
+    trap - EXIT
     as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     exec "${as_root[@]}" unshare -n env VESK_UNIT_NETNS=1 "$0" "$@"
@@ -34,12 +42,29 @@ ip link set eth0-peer up
 
 unit=$(mktemp -d /tmp/vesk-unit-XXXXXX)
 pids=()
+task_pid=
+checks=()
+failed=()
 cleanup() {
+    # Everything started here ends with the script, on Ctrl-C too; the task
+    # was forked away from us and is found through its PID file.
+    [ -n "$task_pid" ] && kill "$task_pid" 2>/dev/null
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
     wait 2>/dev/null || true
     rm -rf "$unit"
 }
+verdict() {
+    if [ ${#failed[@]} -eq 0 ]; then
+        say "verdict: PASSED, $(IFS=,; echo "${checks[*]}" | sed 's/,/, /g')"
+    else
+        say "verdict: FAILED, $(IFS=,; echo "${failed[*]}" | sed 's/,/, /g')"
+        exit 1
+    fi
+}
+passed() { checks+=("$1"); }
+fail() { failed+=("$1"); say "FAILED: $1"; verdict; }
 trap cleanup EXIT
+trap 'say "interrupted"; exit 130' INT TERM
 
 mkdir -p "$unit"/{nonpersisted,systemdata,pingparameters,root,pid}
 export NONPERSISTED_DATABASE_ROOT="$unit/nonpersisted"
@@ -63,30 +88,35 @@ done
 export PRODUCT_ID="${PRODUCT_ID_DUSKO5}-rev2"
 mkfifo "$IPC_MASTER_BOTTOM_TASK" "$IPC_ERROR_HANDLER_TASK" "$IPC_LED_TASK"
 
-sim="$build/tools/UnitSimulator"
+vesk="$build/tools/vesk"
 say "unit directory $unit, eth0 10.0.0.2/24, product $PRODUCT_ID, serial $EMBEDDED_SERIAL_NUMBER_OVERRIDE"
 
 # Pipe readers of the error handler and LED tasks: NUL-terminated messages.
+# The error handler's reader notes each acknowledgement for the verdict.
 serve_pipe() {
     local name=$1 fifo=$2 message
     while IFS= read -r -d '' message; do
         printf '[%s] received "%s"\n' "$name" "$message"
+        [[ $message == *:ACK_* ]] && touch "$unit/acknowledged"
     done <>"$fifo"
 }
 serve_pipe "error handler" "$IPC_ERROR_HANDLER_TASK" & pids+=($!)
 serve_pipe "led task" "$IPC_LED_TASK" & pids+=($!)
 
 say "depth offset -300"
-"$sim" set-offset -300
+"$vesk" db set SystemSettings DepthOffset=-300 >/dev/null
 # Primary: a valid bottom that shoals, then loses it for a moment.
-"$sim" ping-task PPT 2:1500 2:1480 2:1460 1:0 2:1440 -i 900 & pids+=($!)
+"$vesk" ping-task --interval 900 PPT 2:1500 2:1480 2:1460 1:0 2:1440 & pids+=($!)
 # Secondary: a valid bottom, then out of use for a while.
-"$sim" ping-task SPT 2:1200 2:1250 0:0 0:0 2:1300 -i 1300 & pids+=($!)
-"$sim" listen & pids+=($!)
+"$vesk" ping-task --interval 1300 SPT 2:1200 2:1250 0:0 0:0 2:1300 & pids+=($!)
+"$vesk" display >"$unit/display.out" & pids+=($!)
+tail -f "$unit/display.out" 2>/dev/null & pids+=($!)
 sleep 0.5
 
+say "vesk check (what the service runs before a start):"
+"$vesk" check --quiet | sed -u 's/^/[check] /' && passed "configuration checked" || fail "vesk check found problems"
+
 say "starting MasterBottomTask"
-set +e
 "$build/MasterBottomTask" | sed -u 's/^/[task] /' &
 task_pipeline=$!
 wait_for_parent() {
@@ -98,44 +128,35 @@ wait_for_parent() {
     done
     return 1
 }
-wait_for_parent
-set -e
-pid_file=$(compgen -G "$PID_LOCATION/*.txt" | head -n 1 || true)
-if [ -z "$pid_file" ]; then
-    say "no PID file appeared: the task did not start"
-    exit 1
-fi
+wait_for_parent || fail "no PID file appeared: the task did not start"
+pid_file=$(compgen -G "$PID_LOCATION/*.txt" | head -n 1)
 task_pid=$(basename "$pid_file" .txt)
 say "PID file $(basename "$pid_file"): $(tr '\n' ' ' <"$pid_file")"
+passed "task started (PID $task_pid)"
 
 sleep 5
 say "depth offset +250"
-"$sim" set-offset 250
+"$vesk" db set SystemSettings DepthOffset=250 >/dev/null
 sleep 3
 say "asking the task: Are You Alive?"
-printf 'Are You Alive?\0' >"$IPC_MASTER_BOTTOM_TASK"
+"$vesk" send alive
 sleep 1
+[ -e "$unit/acknowledged" ] && passed "Are You Alive? acknowledged" || fail "no acknowledgement of Are You Alive?"
 say "sending a command this task does not serve: UpdateSystemSettings"
-printf 'UpdateSystemSettings\0' >"$IPC_MASTER_BOTTOM_TASK"
+"$vesk" send UpdateSystemSettings
 sleep 3
 say "depth offset 0"
-"$sim" set-offset 0
+"$vesk" db set SystemSettings DepthOffset=0 >/dev/null
 sleep 2
-say "master bottom record file: $(od -An -tx1 "$NONPERSISTED_DATABASE_ROOT/MasterBottomRecord.bin" | tr -s ' \n' ' ')"
-say "sending Shutdown"
-printf 'Shutdown\0' >"$IPC_MASTER_BOTTOM_TASK"
-for i in $(seq 1 50); do
-    kill -0 "$task_pid" 2>/dev/null || break
-    sleep 0.1
-done
-if kill -0 "$task_pid" 2>/dev/null; then
-    say "the task did not stop"
-    exit 1
-fi
+say "master bottom record file, decoded:"
+"$vesk" db show MasterBottomRecord | sed 's/^/[db] /' || fail "the master bottom record did not decode"
+changes=$(grep -c 'master bottom:' "$unit/display.out" || true)
+[ "$changes" -gt 0 ] && passed "$changes master bottom changes received" || fail "no master bottom reached the display"
+say "sending Shutdown and waiting for the task to end"
+"$vesk" send --wait=5 Shutdown || fail "the task did not stop"
 wait "$task_pipeline" || true
-if [ -e "$pid_file" ]; then
-    say "the PID file is still there"
-    exit 1
-fi
-say "the task has ended and removed its PID file"
+[ -e "$pid_file" ] && fail "the PID file is still there"
+task_pid=
+passed "Shutdown ended the task and removed its PID file"
 sleep 0.3
+verdict

@@ -1,7 +1,12 @@
 #ifndef TESTS_SUPPORT_EMULATOR_H
 #define TESTS_SUPPORT_EMULATOR_H
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
 
 // Name of the user-mode emulator running this test binary ("qemu-arm" ...),
 // as the cross toolchains set it; null when the binary runs natively. The
@@ -11,5 +16,35 @@ inline const char* Emulator()
 {
     return std::getenv("VESK_EMULATOR");
 }
+
+// Runs one of this build's executables in place of the calling process. In
+// a cross build the emulator's words come first, since the system cannot
+// run the target's binaries by itself. Made before fork, so that the child
+// only calls Exec.
+class CTargetCommand {
+public:
+    explicit CTargetCommand(const std::string& Binary, const std::vector<std::string>& Args = {})
+    {
+        std::istringstream emulator(VESK_TARGET_EMULATOR);
+        for (std::string word; emulator >> word;) {
+            m_Words.push_back(word);
+        }
+        m_Words.push_back(Binary);
+        m_Words.insert(m_Words.end(), Args.begin(), Args.end());
+        for (std::string& word : m_Words) {
+            m_Argv.push_back(word.data());
+        }
+        m_Argv.push_back(nullptr);
+    }
+    CTargetCommand(const CTargetCommand&) = delete;
+    CTargetCommand& operator=(const CTargetCommand&) = delete;
+
+    // Returns only when the exec failed.
+    void Exec() const { execv(m_Argv[0], m_Argv.data()); }
+
+private:
+    std::vector<std::string> m_Words;
+    std::vector<char*> m_Argv;
+};
 
 #endif

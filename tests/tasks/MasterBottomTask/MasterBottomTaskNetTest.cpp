@@ -88,21 +88,13 @@ protected:
     int Launch()
     {
         const std::string output = m_Sandbox / "task.out";
-        // A cross build's task runs under the same emulator as the tests.
-        std::vector<char*> command;
-        std::string emulator = VESK_TASK_EMULATOR;
-        for (char* word = std::strtok(emulator.data(), " "); word; word = std::strtok(nullptr, " ")) {
-            command.push_back(word);
-        }
-        std::string binary = VESK_TASK_BINARY;
-        command.push_back(binary.data());
-        command.push_back(nullptr);
+        const CTargetCommand command(VESK_TASK_BINARY);
         const pid_t launcher = fork();
         if (launcher == 0) {
             const int fd = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
             dup2(fd, STDOUT_FILENO);
             dup2(fd, STDERR_FILENO);
-            execv(command[0], command.data());
+            command.Exec();
             _exit(127);
         }
         int status = 0;

@@ -1,0 +1,213 @@
+// vesk check and vesk send against the real task, in a network namespace
+// where eth0 has 10.0.0.2/24 as on a unit.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "Utilities/LittleEndian.h"
+#include "tests/support/Emulator.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/ToolRun.h"
+
+namespace {
+
+class VeskUnitNetTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_Sandbox.SetUnitEnvironment();
+        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
+                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
+                              "ip link set eth0-peer up"),
+                  0);
+        // The task is the launcher's child; it becomes ours when the launcher exits.
+        ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+    }
+
+    void TearDown() override
+    {
+        for (const pid_t pid : m_Reap) {
+            kill(pid, SIGKILL);
+        }
+        while (waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+    }
+
+    // Runs the task as the service does; the launcher's exit status, or -1
+    // when it did not exit (an abort).
+    int Launch()
+    {
+        const CTargetCommand command(VESK_TASK_BINARY);
+        const pid_t launcher = fork();
+        if (launcher == 0) {
+            const int fd = open((m_Sandbox / "task.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
+            dup2(fd, STDOUT_FILENO);
+            dup2(fd, STDERR_FILENO);
+            command.Exec();
+            _exit(127);
+        }
+        int status = 0;
+        waitpid(launcher, &status, 0);
+        const std::string pids = RunShell("ls " + std::string(getenv("PID_LOCATION")));
+        if (!pids.empty()) {
+            m_Reap.push_back(std::atoi(pids.c_str()));
+        }
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    std::string RunShell(const std::string& Command)
+    {
+        const std::string out = m_Sandbox / "shell.out";
+        EXPECT_EQ(std::system((Command + " > " + out).c_str()), 0);
+        return CSandbox::ReadFile(out);
+    }
+
+    std::string Db(const std::string& Name) const { return m_Sandbox / ("nonpersisted/" + Name); }
+
+    // A whole packet of the record with one header field replaced.
+    static std::string Packet(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial, size_t Length)
+    {
+        std::string bytes(Length, '\0');
+        uint8_t* p = reinterpret_cast<uint8_t*>(&bytes[0]);
+        LittleEndian::Write<uint32_t>(p, Id);
+        LittleEndian::Write<uint32_t>(p + 4, Size);
+        LittleEndian::Write<uint32_t>(p + 8, Version);
+        LittleEndian::Write<uint32_t>(p + 12, Serial);
+        return bytes;
+    }
+
+    CSandbox m_Sandbox;
+    std::vector<pid_t> m_Reap;
+};
+
+TEST_F(VeskUnitNetTest, ACompleteUnitPassesAndAPartialOneHasEachFaultNamed)
+{
+    const ToolRun_T clean = RunTool({"check"});
+    EXPECT_EQ(clean.Exit, 0) << clean.Output;
+    EXPECT_TRUE(clean.Says("network: sends from 10.0.0.2")) << clean.Output;
+    EXPECT_TRUE(clean.Says("check: a start can succeed")) << clean.Output;
+
+    struct Fault_T {
+        const char* Variable;
+        std::string Value; // "unset" unsets it
+        std::string Named;
+    };
+    const std::string file = m_Sandbox.WriteFile("plain", "x");
+    const Fault_T faults[] = {
+        {"IPC_LED_TASK", "unset", "PROBLEM IPC_LED_TASK: is not set"},
+        {"IPC_ERROR_HANDLER_TASK", file, "IPC_ERROR_HANDLER_TASK=" + file + ": is not a FIFO"},
+        {"PID_LOCATION", m_Sandbox / "gone", "PID_LOCATION=" + (m_Sandbox / "gone") + ": cannot be used"},
+        {"NONPERSISTED_DATABASE_ROOT", "unset", "PROBLEM NONPERSISTED_DATABASE_ROOT: is not set"},
+        {"DATABASE_DIR_SYSTEM_DATA", file, "DATABASE_DIR_SYSTEM_DATA=" + file + ": is not a directory"},
+        {"DATABASE_DIR_PING_PARAMETERS", "relative", "is not an absolute path"},
+        {"ROOT_DIR", "", "PROBLEM ROOT_DIR: is empty"},
+        {"SECONDARY_PING_TASK_FILE_EXTENSTION", "PPT", "equals the primary's"},
+        {"DATA_PORT_OVERRIDE", "32o1", "DATA_PORT_OVERRIDE=32o1: is not a decimal number"},
+        {"CONTROL_PORT_OVERRIDE", "70000", "CONTROL_PORT_OVERRIDE=70000: is outside 1..65535"},
+        {"PRODUCT_ID", getenv("PRODUCT_ID_DUSKO4"), "PRODUCT_ID: is not a product of family 9"},
+    };
+    for (const Fault_T& fault : faults) {
+        m_Sandbox.SetEnv(fault.Variable, fault.Value == "unset" ? nullptr : fault.Value.c_str());
+    }
+    const ToolRun_T partial = RunTool({"check"});
+    EXPECT_EQ(partial.Exit, 1);
+    for (const Fault_T& fault : faults) {
+        EXPECT_TRUE(partial.Says(fault.Named)) << "expected \"" << fault.Named << "\" in:\n" << partial.Output;
+    }
+    EXPECT_TRUE(partial.Says("check: 11 problems")) << partial.Output;
+
+    ASSERT_EQ(std::system("ip addr flush dev eth0"), 0);
+    EXPECT_TRUE(RunTool({"check"}).Says("PROBLEM network: no interface has a 10.x.x.x address"));
+}
+
+TEST_F(VeskUnitNetTest, FilesTheRecordsReplaceThemselvesAreOnlyNoted)
+{
+    // Short, of another version, of another unit: the records delete and
+    // recreate these without stopping the task.
+    m_Sandbox.WriteFile("nonpersisted/MasterBottomRecord.bin", std::string(10, '\0'));
+    m_Sandbox.WriteFile("nonpersisted/SystemLimits.bin", Packet(0x270107, 49, 115, 1234, 49));
+    m_Sandbox.WriteFile("nonpersisted/EnvironmentLimits.bin", Packet(0x270105, 35, 116, 99, 35));
+    const ToolRun_T run = RunTool({"check"});
+    EXPECT_EQ(run.Exit, 0) << run.Output;
+    EXPECT_TRUE(run.Says("MasterBottomRecord.bin: 10 bytes, shorter than its 22-byte packet")) << run.Output;
+    EXPECT_TRUE(run.Says("SystemLimits.bin: protocol version 115 instead of 116")) << run.Output;
+    EXPECT_TRUE(run.Says("EnvironmentLimits.bin: serial number 99 is another unit's")) << run.Output;
+}
+
+TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
+{
+    struct Corruption_T {
+        std::string Path;
+        std::string Bytes;
+        const char* Named;
+    };
+    const Corruption_T corruptions[] = {
+        {Db("MasterBottomRecord.bin"), Packet(0x270105, 22, 116, 1234, 22), "holds message id 0x270105 instead of 0x270108"},
+        {m_Sandbox / "systemdata/SystemSettings.bin", Packet(0x270106, 600, 116, 1234, 562), "size field says 600 instead of 562"},
+    };
+    for (const Corruption_T& corruption : corruptions) {
+        SCOPED_TRACE(corruption.Path);
+        m_Sandbox.WriteFile(corruption.Path.substr(m_Sandbox.Path().size() + 1), corruption.Bytes);
+        // As it stands the task stops on the file before it forks.
+        EXPECT_EQ(Launch(), -1);
+
+        const ToolRun_T found = RunTool({"check"});
+        EXPECT_EQ(found.Exit, 1);
+        EXPECT_TRUE(found.Says("PROBLEM " + corruption.Path + ": " + corruption.Named)) << found.Output;
+        EXPECT_TRUE(found.Says("[repairable]")) << found.Output;
+
+        const ToolRun_T repaired = RunTool({"check", "--repair"});
+        EXPECT_EQ(repaired.Exit, 0) << repaired.Output;
+        EXPECT_TRUE(repaired.Says("repair  " + corruption.Path + ": removed")) << repaired.Output;
+
+        ASSERT_EQ(Launch(), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
+        EXPECT_EQ(CSandbox::ReadFile(corruption.Path).size(), corruption.Bytes.size() == 22 ? 22u : 562u);
+        const ToolRun_T stopped = RunTool({"send", "--wait=20", "Shutdown"});
+        ASSERT_EQ(stopped.Exit, 0) << stopped.Output;
+        EXPECT_EQ(RunShell("ls " + std::string(getenv("PID_LOCATION"))), "");
+    }
+}
+
+TEST_F(VeskUnitNetTest, SendWaitsForTheAnswerAndCheckRefusesASecondInstance)
+{
+    ASSERT_EQ(Launch(), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
+
+    const ToolRun_T alive = RunTool({"send", "--wait=20", "alive"});
+    EXPECT_EQ(alive.Exit, 0) << alive.Output;
+    EXPECT_TRUE(alive.Says("acknowledged: MasterBottomTask:ACK_MasterBottomTask")) << alive.Output;
+
+    const ToolRun_T second = RunTool({"check", "--quiet"});
+    EXPECT_EQ(second.Exit, 1);
+    EXPECT_TRUE(second.Says("the task already runs as process " + std::to_string(m_Reap.at(0)))) << second.Output;
+
+    const ToolRun_T stopped = RunTool({"send", "--wait=20", "shutdown"});
+    EXPECT_EQ(stopped.Exit, 0) << stopped.Output;
+    EXPECT_TRUE(stopped.Says("the task has ended")) << stopped.Output;
+}
+
+TEST_F(VeskUnitNetTest, RepairRemovesThePidFileOfATaskThatDied)
+{
+    ASSERT_EQ(Launch(), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
+    const pid_t task = m_Reap.at(0);
+    kill(task, SIGKILL);
+    waitpid(task, nullptr, 0);
+    const std::string stale = std::string(getenv("PID_LOCATION")) + "/" + std::to_string(task) + ".txt";
+    ASSERT_TRUE(CSandbox::Exists(stale));
+
+    const ToolRun_T noted = RunTool({"check"});
+    EXPECT_EQ(noted.Exit, 0) << noted.Output;
+    EXPECT_TRUE(noted.Says(stale + ": PID file of a task that no longer runs [repairable]")) << noted.Output;
+    EXPECT_EQ(RunTool({"send", "alive"}).Exit, 1);
+    EXPECT_EQ(RunTool({"check", "--repair"}).Exit, 0);
+    EXPECT_FALSE(CSandbox::Exists(stale));
+}
+
+} // namespace

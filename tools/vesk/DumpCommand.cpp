@@ -1,0 +1,219 @@
+// vesk dump: Sonar4 packets as text or JSON lines, from the network, from
+// record files or from a capture file, decoded by the message table.
+#include <arpa/inet.h>
+#include <poll.h>
+
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Sonar4/Sonar4PacketText.h"
+#include "Utilities/IOSSFactory.h"
+#include "Utilities/PcapFile.h"
+#include "tools/vesk/GroupSocket.h"
+#include "tools/vesk/StopSignal.h"
+#include "tools/vesk/ToolCommand.h"
+
+namespace {
+
+struct DumpOptions_T {
+    bool Json = false;
+    std::string Origin;
+};
+
+// Prints one packet; true when it was flagged.
+bool Print(const DumpOptions_T& Options, const std::string& Origin, const uint8_t* Bytes, size_t Size)
+{
+    const Sonar4PacketReport_T report = CSonar4PacketText::Decode(Bytes, Size);
+    if (Options.Json) {
+        std::string json = CSonar4PacketText::Json(report);
+        json.insert(1, "\"from\":\"" + Origin + "\",");
+        std::printf("%s\n", json.c_str());
+    } else {
+        std::printf("%s: %s\n", Origin.c_str(), CSonar4PacketText::Text(report).c_str());
+    }
+    std::fflush(stdout);
+    return !report.Flags.empty();
+}
+
+std::string Endpoint(uint32_t Address, uint16_t Port)
+{
+    in_addr address{};
+    address.s_addr = htonl(Address);
+    return std::string(inet_ntoa(address)) + ":" + std::to_string(Port);
+}
+
+int DumpFiles(CToolArgs& Args, const DumpOptions_T& Options, const std::vector<std::string>& Files)
+{
+    bool flagged = false;
+    for (const std::string& path : Files) {
+        std::ifstream in(path, std::ios::binary);
+        if (!in) {
+            return Args.Error(TOOL_UNAVAILABLE, path + " cannot be read");
+        }
+        const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        flagged = Print(Options, path, bytes.data(), bytes.size()) || flagged;
+    }
+    return flagged ? TOOL_FAILED : TOOL_OK;
+}
+
+int DumpCapture(CToolArgs& Args, const DumpOptions_T& Options, const std::string& Path)
+{
+    CPcapReader reader(Path);
+    if (!reader.Error().empty()) {
+        return Args.Error(TOOL_UNAVAILABLE, Path + " " + reader.Error());
+    }
+    bool flagged = false;
+    UdpDatagram_T datagram;
+    while (reader.Next(datagram)) {
+        const std::string origin = Endpoint(datagram.Source, datagram.SourcePort) + ">" +
+                                   Endpoint(datagram.Destination, datagram.DestinationPort);
+        flagged = Print(Options, origin, datagram.Payload.data(), datagram.Payload.size()) || flagged;
+    }
+    if (!reader.Error().empty()) {
+        return Args.Error(TOOL_FAILED, Path + " " + reader.Error());
+    }
+    return flagged ? TOOL_FAILED : TOOL_OK;
+}
+
+int DumpNetwork(IOSSFactory* pFactory, CToolArgs& Args, const DumpOptions_T& Options, const UnitGroup_T& Where,
+                long long Seconds, long long Count, const std::string& SavePath)
+{
+    std::string error;
+    const std::unique_ptr<IOSSNetwork> socket = JoinUnitGroup(pFactory, Where, error);
+    if (!socket) {
+        return Args.Error(TOOL_UNAVAILABLE, error);
+    }
+    std::unique_ptr<CPcapWriter> save;
+    if (!SavePath.empty()) {
+        save.reset(new CPcapWriter(SavePath));
+        if (!save->Ok()) {
+            return Args.Error(TOOL_UNAVAILABLE, SavePath + " cannot be written");
+        }
+    }
+    std::fprintf(stderr, "vesk dump: listening on %s port %u\n", Where.Group.c_str(), Where.Port);
+    CatchStopSignals();
+    const time_t end = Seconds > 0 ? time(nullptr) + Seconds : 0;
+    long long received = 0;
+    bool flagged = false;
+    std::vector<uint8_t> datagram(65536);
+    in_addr group{};
+    inet_aton(Where.Group.c_str(), &group);
+    while (!StopRequested() && (end == 0 || time(nullptr) < end) && (Count == 0 || received < Count)) {
+        pollfd ready{socket->GetSocket(), POLLIN, 0};
+        if (poll(&ready, 1, 200) <= 0) {
+            continue;
+        }
+        sockaddr_in from{};
+        socklen_t fromLength = sizeof(from);
+        const ssize_t size = recvfrom(socket->GetSocket(), datagram.data(), datagram.size(), 0,
+                                      reinterpret_cast<sockaddr*>(&from), &fromLength);
+        if (size < 0) {
+            continue;
+        }
+        ++received;
+        UdpDatagram_T captured{ntohl(from.sin_addr.s_addr), ntohl(group.s_addr), ntohs(from.sin_port), Where.Port,
+                               std::vector<uint8_t>(datagram.begin(), datagram.begin() + size)};
+        if (save && !save->Write(captured)) {
+            return Args.Error(TOOL_FAILED, SavePath + " cannot be written");
+        }
+        const std::string origin = Endpoint(captured.Source, captured.SourcePort);
+        flagged = Print(Options, origin, captured.Payload.data(), captured.Payload.size()) || flagged;
+    }
+    std::fprintf(stderr, "vesk dump: %lld packets\n", received);
+    return flagged ? TOOL_FAILED : TOOL_OK;
+}
+
+int Run(IOSSFactory* pFactory, CToolArgs& Args)
+{
+    DumpOptions_T options;
+    std::string value, pcap, serviceInfo, group, save;
+    long long port = 0, seconds = 0, count = 0;
+    bool files = false;
+    for (bool more = true; more;) {
+        if (Args.TakeOption("json")) {
+            options.Json = true;
+        } else if (Args.TakeOption("files")) {
+            files = true;
+        } else if (Args.TakeOption("pcap", &pcap, true) || Args.TakeOption("save", &save, true) ||
+                   Args.TakeOption("service-info", &serviceInfo, true) || Args.TakeOption("group", &group, true)) {
+        } else if (Args.TakeOption("port", &value, true)) {
+            if (!ParseNumber(value, 1, 65535, port)) {
+                return Args.UsageError("--port takes 1 to 65535");
+            }
+        } else if (Args.TakeOption("seconds", &value, true)) {
+            if (!ParseNumber(value, 1, 86400, seconds)) {
+                return Args.UsageError("--seconds takes 1 to 86400");
+            }
+        } else if (Args.TakeOption("count", &value, true)) {
+            if (!ParseNumber(value, 1, 1000000000, count)) {
+                return Args.UsageError("--count takes a positive number");
+            }
+        } else {
+            more = false;
+        }
+    }
+    if (!Args.Empty() && Args.Peek().compare(0, 2, "--") == 0) {
+        return Args.UsageError("unknown option " + Args.Peek());
+    }
+    const std::vector<std::string> rest = Args.Rest();
+    if (files) {
+        if (rest.empty()) {
+            return Args.UsageError("--files takes one or more record files");
+        }
+        return DumpFiles(Args, options, rest);
+    }
+    if (!rest.empty()) {
+        return Args.UsageError("unexpected argument " + rest.front() + " (record files go after --files)");
+    }
+    if (!pcap.empty()) {
+        return DumpCapture(Args, options, pcap);
+    }
+    UnitGroup_T where{group, static_cast<uint16_t>(port)};
+    if (group.empty() || port == 0) {
+        if (serviceInfo.empty()) {
+            const char* directory = pFactory->GetEnv("DATABASE_DIR_SYSTEM_DATA");
+            if (directory == nullptr) {
+                return Args.Error(TOOL_UNAVAILABLE,
+                                  "DATABASE_DIR_SYSTEM_DATA is not set: give --service-info FILE or --group and --port");
+            }
+            serviceInfo = std::string(directory) + "/ServiceInfo.bin";
+        }
+        std::string error;
+        const UnitGroup_T unit = ReadUnitGroup(serviceInfo, error);
+        if (!error.empty()) {
+            return Args.Error(TOOL_UNAVAILABLE, error);
+        }
+        where.Group = group.empty() ? unit.Group : group;
+        where.Port = port == 0 ? unit.Port : where.Port;
+    }
+    return DumpNetwork(pFactory, Args, options, where, seconds, count, save);
+}
+
+} // namespace
+
+const ToolCommand_T cDumpCommand = {
+    "dump", "decode Sonar4 packets from the network, record files or a capture file",
+    "usage: vesk dump [--json] [--group ADDRESS --port PORT | --service-info FILE]\n"
+    "                 [--seconds N] [--count N] [--save CAPTURE.pcap]\n"
+    "       vesk dump [--json] --pcap CAPTURE.pcap\n"
+    "       vesk dump [--json] --files RECORD.bin...\n"
+    "\n"
+    "Prints each packet on one line: message name, id, size, then every field\n"
+    "with its value and unit, as the message table lays it out (--json: one\n"
+    "JSON object per line). A packet that is short, has a wrong size field,\n"
+    "another protocol version or an unknown id is printed with FLAGGED and why.\n"
+    "\n"
+    "From the network it joins the unit's multicast group on its data port,\n"
+    "by default those of ServiceInfo.bin in DATABASE_DIR_SYSTEM_DATA (or of\n"
+    "--service-info FILE), and runs until stopped, N seconds or N packets.\n"
+    "--save also writes what it receives to a capture file (pcap) that\n"
+    "capture tools open. --pcap reads UDP datagrams from such a file.\n"
+    "\n"
+    "exit: 0 every packet was sound; 1 a packet was flagged; 2 wrong command\n"
+    "      line; 3 a file, variable or socket could not be used\n",
+    &Run};
