@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Builds everything in two configurations and runs every test in both:
+# Builds everything in three configurations and runs every test in each:
 #   build/release   g++, hardened release flags
 #   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, libFuzzer targets
 #   build/armhf     32-bit ARM cross build, its tests under qemu-arm (tools/test-cross.sh)
-# Exits non-zero when anything fails to build, any test fails, or the two
+# Exits non-zero when anything fails to build, any test fails, or the
 # configurations do not run the same tests (fuzz runs aside; the armhf build
 # has no benchmarks or fuzzers and so compares with the release build).
 set -euo pipefail
