@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/support/Emulator.h"
+#include "tests/support/TargetCommand.h"
 
 namespace {
 

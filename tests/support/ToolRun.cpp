@@ -3,7 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/support/Emulator.h"
+#include "tests/support/TargetCommand.h"
 
 #ifndef VESK_TOOL_BINARY
 #define VESK_TOOL_BINARY "vesk"

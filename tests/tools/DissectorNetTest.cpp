@@ -19,7 +19,7 @@
 #include "Sonar4/Sonar4PacketText.h"
 #include "Utilities/OSSLinuxFactory.h"
 #include "Utilities/PcapFile.h"
-#include "tests/support/Emulator.h"
+#include "tests/support/TargetCommand.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
 
@@ -130,17 +130,8 @@ TEST_F(DissectorNetTest, ACaptureOfTheTasksBroadcastShowsTheMasterBottom)
         GTEST_SKIP() << Emulator() << " refuses PR_SET_CHILD_SUBREAPER and IP_MULTICAST_IF";
     }
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
-    const CTargetCommand command(VESK_TASK_BINARY);
-    const pid_t launcher = fork();
-    if (launcher == 0) {
-        const int fd = open((m_Sandbox / "task.out").c_str(), O_WRONLY | O_CREAT, 0640);
-        dup2(fd, STDOUT_FILENO);
-        command.Exec();
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(launcher, &status, 0);
-    ASSERT_EQ(status, 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
+    ASSERT_EQ(CTargetCommand(VESK_TASK_BINARY).Run(m_Sandbox / "task.out"), 0)
+        << CSandbox::ReadFile(m_Sandbox / "task.out");
 
     const std::string capture = m_Sandbox / "unit.pcap";
     const ToolRun_T dumped = RunTool({"dump", "--count", "3", "--save", capture});

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "Utilities/LittleEndian.h"
-#include "tests/support/Emulator.h"
+#include "tests/support/TargetCommand.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
 
@@ -49,22 +49,12 @@ protected:
     // when it did not exit (an abort).
     int Launch()
     {
-        const CTargetCommand command(VESK_TASK_BINARY);
-        const pid_t launcher = fork();
-        if (launcher == 0) {
-            const int fd = open((m_Sandbox / "task.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
-            dup2(fd, STDOUT_FILENO);
-            dup2(fd, STDERR_FILENO);
-            command.Exec();
-            _exit(127);
-        }
-        int status = 0;
-        waitpid(launcher, &status, 0);
+        const int status = CTargetCommand(VESK_TASK_BINARY).Run(m_Sandbox / "task.out");
         const std::string pids = RunShell("ls " + std::string(getenv("PID_LOCATION")));
         if (!pids.empty()) {
             m_Reap.push_back(std::atoi(pids.c_str()));
         }
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return status;
     }
 
     std::string RunShell(const std::string& Command)

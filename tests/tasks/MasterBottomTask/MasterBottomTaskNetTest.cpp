@@ -27,7 +27,7 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Utilities/OSSLinuxFactory.h"
 #include "tasks/MasterBottomTask/MasterBottomDepth.h"
-#include "tests/support/Emulator.h"
+#include "tests/support/TargetCommand.h"
 #include "tests/support/FifoReader.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
@@ -87,20 +87,9 @@ protected:
     // exit status. The output of both processes goes to task.out.
     int Launch()
     {
-        const std::string output = m_Sandbox / "task.out";
-        const CTargetCommand command(VESK_TASK_BINARY);
-        const pid_t launcher = fork();
-        if (launcher == 0) {
-            const int fd = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
-            dup2(fd, STDOUT_FILENO);
-            dup2(fd, STDERR_FILENO);
-            command.Exec();
-            _exit(127);
-        }
-        int status = 0;
-        waitpid(launcher, &status, 0);
+        const int status = CTargetCommand(VESK_TASK_BINARY).Run(m_Sandbox / "task.out");
         m_TaskPid = FindTaskPid();
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return status;
     }
 
     pid_t FindTaskPid() const

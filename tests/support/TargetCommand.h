@@ -1,6 +1,8 @@
-#ifndef TESTS_SUPPORT_EMULATOR_H
-#define TESTS_SUPPORT_EMULATOR_H
+#ifndef TESTS_SUPPORT_TARGETCOMMAND_H
+#define TESTS_SUPPORT_TARGETCOMMAND_H
 
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -41,6 +43,23 @@ public:
 
     // Returns only when the exec failed.
     void Exec() const { execv(m_Argv[0], m_Argv.data()); }
+
+    // Runs it as a child whose output and errors are appended to
+    // OutputPath; its exit status, or -1 when it did not exit.
+    int Run(const std::string& OutputPath) const
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            const int fd = open(OutputPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
+            dup2(fd, STDOUT_FILENO);
+            dup2(fd, STDERR_FILENO);
+            Exec();
+            _exit(127);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
 
 private:
     std::vector<std::string> m_Words;
