@@ -65,13 +65,15 @@ VeskEventCode_T CDatabaseFile::CheckForFile()
     if (FileExists()) {
         return SUCCESS;
     }
-    SetDefaults();
     if (!m_FileDescription.CheckForFileWrites) {
+        ResetForMissingFile();
         return SUCCESS;
     }
+    SetDefaults();
     const VeskEventCode_T result = writeDB();
     if (result != SUCCESS) {
-        m_pFactory->SendEvent(3, result, Where(" ", "CheckForFile").c_str(), "failed to write to DB");
+        m_pFactory->SendEvent(m_FileDescription.CheckForFileFailureLevel, result,
+                              Where(" ", "CheckForFile").c_str(), m_FileDescription.CheckForFileFailureWhy);
         m_LastError = result;
     }
     return result;
@@ -111,15 +113,17 @@ std::unique_ptr<IOSSFile> CDatabaseFile::OpenForStore(VeskEventCode_T& Result) c
 
 std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result)
 {
-    Result = CheckForFile();
-    if (Result != SUCCESS) {
-        return nullptr;
+    if (m_FileDescription.LoadChecksForFile) {
+        Result = CheckForFile();
+        if (Result != SUCCESS) {
+            return nullptr;
+        }
     }
     return Open(O_RDONLY | O_NONBLOCK, 0, Result);
 }
 
-VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size,
-                                          const char* WhyFailed) const
+VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
+                                          const char* Operation) const
 {
     // The file layer only reads from a buffer handed to Write.
     const Buffer_Bytes_T buffer(const_cast<uint8_t*>(Bytes), Size);
@@ -127,7 +131,10 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
         File.Ftruncate(static_cast<int>(Size));
         return SUCCESS;
     }
-    m_pFactory->SendEvent(3, File.GetLastError(), Where("::", "writeDB").c_str(), WhyFailed);
+    if (!m_FileDescription.ReportsStoreFailures) {
+        return SUCCESS;
+    }
+    m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     return FAILED_TO_WRITE_FILE_CONTENTS;
 }
 

@@ -26,6 +26,16 @@ struct DatabaseFileDescription_T {
     // False when a missing file is only reset in memory and comes into being
     // at the next store.
     bool CheckForFileWrites = true;
+    // How a failed store of the defaults in CheckForFile is reported.
+    int CheckForFileFailureLevel = 3;
+    const char* CheckForFileFailureWhy = "failed to write to DB";
+    // False when a load reads whatever file is there without recreating a
+    // missing one first (a missing file then fails to open).
+    bool LoadChecksForFile = true;
+    // False when a failed or short store is neither reported nor returned:
+    // for a record whose readers cope with a stale file and whose writer
+    // has nothing better to do than try again next time.
+    bool ReportsStoreFailures = true;
 };
 
 // The file side shared by every record, binary or text: where the file is,
@@ -69,6 +79,10 @@ protected:
     CDatabaseFile(IOSSFactory* pFactory, const DatabaseFileDescription_T& Description, const std::string& FileName);
 
     virtual void SetDefaults() = 0;
+    // What CheckForFile does to the value in memory when it finds the file
+    // missing and the record defers the store: the defaults, unless the
+    // record resets less.
+    virtual void ResetForMissingFile() { SetDefaults(); }
 
     // Loads an existing file, or creates it with the defaults.
     void LoadOrCreate();
@@ -85,8 +99,10 @@ protected:
     std::unique_ptr<IOSSFile> OpenForLoad(VeskEventCode_T& Result);
 
     // Writes the Size bytes and cuts the file after them (it may have been
-    // longer). A failed or short write is reported with WhyFailed: -142.
-    VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed) const;
+    // longer). A failed or short write is reported at "<class>::Operation"
+    // with WhyFailed: -142 (SUCCESS for records that ignore failed stores).
+    VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
+                               const char* Operation = "writeDB") const;
     // Reads exactly Size bytes. A failed read is reported with WhyFailed;
     // a short file is also reported and removed: -141.
     VeskEventCode_T LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const;

@@ -16,29 +16,50 @@ class IOSSFactory;
 // cMaxSegmentData bytes of the ping's samples. Only the first
 // cSegmentHeaderSize + n bytes go out for a segment of n data bytes.
 struct Sonar4PingDataPacket : Sonar4Packet<1469> {
+    static constexpr size_t cUnusedOffset = 16;
+    static constexpr size_t cSegmentOffsetOffset = 20;
+    static constexpr size_t cPingDataSizeOffset = 24;
+    static constexpr size_t cPingDataSizeAgainOffset = 28;
+    static constexpr size_t cPingDataTypeOffset = 32;
+    static constexpr size_t cTagOffset = 33;
+    static constexpr size_t cSegmentNumberOffset = 34;
+    static constexpr size_t cSegmentCountOffset = 35;
+    static constexpr size_t cPingConfigIndexOffset = 36;
     static constexpr size_t cSegmentHeaderSize = 37;
     static constexpr size_t cMaxSegmentData = 1432;
+    static constexpr auto cFields = Sonar4Fields({
+        {"unused", cUnusedOffset, FIELD_U32, 1, ""},
+        {"segment offset", cSegmentOffsetOffset, FIELD_U32, 1, "byte"},
+        {"ping data size", cPingDataSizeOffset, FIELD_U32, 1, "byte"},
+        {"ping data size again", cPingDataSizeAgainOffset, FIELD_U32, 1, "byte"},
+        {"ping data type", cPingDataTypeOffset, FIELD_U8, 1, ""},
+        {"tag", cTagOffset, FIELD_U8, 1, ""},
+        {"segment number", cSegmentNumberOffset, FIELD_U8, 1, ""},
+        {"segment count", cSegmentCountOffset, FIELD_U8, 1, ""},
+        {"configuration index", cPingConfigIndexOffset, FIELD_U8, 1, ""},
+        {"data", cSegmentHeaderSize, FIELD_BYTES, cMaxSegmentData, ""},
+    });
 
     // Where this segment's first data byte lies within the whole ping data.
-    uint32_t GetSegmentOffset() const { return Get<uint32_t, 20>(); }
-    void SetSegmentOffset(uint32_t Offset) { Set<uint32_t, 20>(Offset); }
+    uint32_t GetSegmentOffset() const { return Get<uint32_t, cSegmentOffsetOffset>(); }
+    void SetSegmentOffset(uint32_t Offset) { Set<uint32_t, cSegmentOffsetOffset>(Offset); }
     // The run's total size, carried twice on the wire.
-    uint32_t GetPingDataSize() const { return Get<uint32_t, 24>(); }
+    uint32_t GetPingDataSize() const { return Get<uint32_t, cPingDataSizeOffset>(); }
     void SetPingDataSize(uint32_t Size)
     {
-        Set<uint32_t, 24>(Size);
-        Set<uint32_t, 28>(Size);
+        Set<uint32_t, cPingDataSizeOffset>(Size);
+        Set<uint32_t, cPingDataSizeAgainOffset>(Size);
     }
-    PingDataType_T GetPingDataType() const { return Get<PingDataType_T, 32>(); }
-    void SetPingDataType(PingDataType_T Type) { Set<PingDataType_T, 32>(Type); }
-    UINT8 GetTag() const { return Get<UINT8, 33>(); }
-    void SetTag(UINT8 Tag) { Set<UINT8, 33>(Tag); }
-    PacketSegmentNumber_T GetSegmentNumber() const { return Get<PacketSegmentNumber_T, 34>(); }
-    void SetSegmentNumber(PacketSegmentNumber_T Number) { Set<PacketSegmentNumber_T, 34>(Number); }
-    PacketSegmentNumber_T GetSegmentCount() const { return Get<PacketSegmentNumber_T, 35>(); }
-    void SetSegmentCount(PacketSegmentNumber_T Count) { Set<PacketSegmentNumber_T, 35>(Count); }
-    PingConfigIndex_T GetPingConfigIndex() const { return Get<PingConfigIndex_T, 36>(); }
-    void SetPingConfigIndex(PingConfigIndex_T Index) { Set<PingConfigIndex_T, 36>(Index); }
+    PingDataType_T GetPingDataType() const { return Get<PingDataType_T, cPingDataTypeOffset>(); }
+    void SetPingDataType(PingDataType_T Type) { Set<PingDataType_T, cPingDataTypeOffset>(Type); }
+    UINT8 GetTag() const { return Get<UINT8, cTagOffset>(); }
+    void SetTag(UINT8 Tag) { Set<UINT8, cTagOffset>(Tag); }
+    PacketSegmentNumber_T GetSegmentNumber() const { return Get<PacketSegmentNumber_T, cSegmentNumberOffset>(); }
+    void SetSegmentNumber(PacketSegmentNumber_T Number) { Set<PacketSegmentNumber_T, cSegmentNumberOffset>(Number); }
+    PacketSegmentNumber_T GetSegmentCount() const { return Get<PacketSegmentNumber_T, cSegmentCountOffset>(); }
+    void SetSegmentCount(PacketSegmentNumber_T Count) { Set<PacketSegmentNumber_T, cSegmentCountOffset>(Count); }
+    PingConfigIndex_T GetPingConfigIndex() const { return Get<PingConfigIndex_T, cPingConfigIndexOffset>(); }
+    void SetPingConfigIndex(PingConfigIndex_T Index) { Set<PingConfigIndex_T, cPingConfigIndexOffset>(Index); }
 
     uint8_t* SegmentData() { return data() + cSegmentHeaderSize; }
 };
@@ -73,10 +94,6 @@ public:
     VeskEventCode_T writeDB();
     const char* GetDBFilePath() const;
     VeskEventCode_T DecodeMessage(const Buffer_Bytes_T* Buffer);
-
-    // The segment under construction: the last one written, with the run
-    // state already moved on to the next.
-    const Sonar4PingDataPacket& GetPacket() const { return m_PingDataPacket; }
 
 private:
     IOSSFactory* m_pFactory;

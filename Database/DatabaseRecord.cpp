@@ -16,14 +16,26 @@ std::string IdAssertion(const char* Subject, const DatabaseRecordNames_T& Names)
     return std::string(Subject) + ".GetMessageID() == " + Names.MessageId;
 }
 
+// The file name with "%u" replaced by the instance number.
+std::string FileNameOf(const char* Pattern, uint32_t Instance)
+{
+    std::string name = Pattern;
+    const size_t marker = name.find("%u");
+    if (marker != std::string::npos) {
+        name.replace(marker, 2, std::to_string(Instance));
+    }
+    return name;
+}
+
 } // namespace
 
 CDatabaseRecord::CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description,
-                                 uint8_t* Packet, size_t PacketSize)
-    : CDatabaseFile(pFactory, Description.File, Description.FileName),
+                                 uint8_t* Packet, size_t PacketSize, uint32_t Instance)
+    : CDatabaseFile(pFactory, Description.File, FileNameOf(Description.FileName, Instance)),
       m_Description(Description),
       m_pPacket(Packet),
-      m_PacketSize(PacketSize)
+      m_PacketSize(PacketSize),
+      m_Instance(Instance)
 {
     InitialisePacket(m_pPacket);
     if (IsAddressed()) {
@@ -53,7 +65,21 @@ void CDatabaseRecord::SetDefaults()
         std::memcpy(m_pPacket + cSonar4HeaderSize, m_Description.DefaultPayload, m_Description.DefaultPayloadSize);
     }
     if (m_Description.SetComputedDefaults) {
-        m_Description.SetComputedDefaults(m_pFactory, m_pPacket);
+        m_Description.SetComputedDefaults(m_pFactory, m_pPacket, m_Instance);
+    }
+}
+
+void CDatabaseRecord::ResetForMissingFile()
+{
+    if (m_Description.MissingFileResetBytes == SIZE_MAX) {
+        SetDefaults();
+        return;
+    }
+    VESK_ASSERT(cSonar4HeaderSize + m_Description.MissingFileResetBytes <= m_PacketSize);
+    LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SizeOffset, static_cast<uint32_t>(m_PacketSize));
+    std::memset(m_pPacket + cSonar4HeaderSize, 0, m_Description.MissingFileResetBytes);
+    if (IsAddressed()) {
+        LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SerialOffset, GetUnitSerialNumber());
     }
 }
 
@@ -76,7 +102,8 @@ VeskEventCode_T CDatabaseRecord::writeDB()
     VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
                      IdAssertion(m_Description.Names.Member, m_Description.Names).c_str());
     LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SizeOffset, static_cast<uint32_t>(m_PacketSize));
-    return StoreBytes(*file, m_pPacket, m_PacketSize, m_Description.WriteFailedWhy);
+    return StoreBytes(*file, m_pPacket, m_PacketSize, m_Description.WriteFailedWhy,
+                      m_Description.WriteFailedOperation);
 }
 
 VeskEventCode_T CDatabaseRecord::readDB()
@@ -157,7 +184,9 @@ VeskEventCode_T CDatabaseRecord::DecodeMessage(const Buffer_Bytes_T* Buffer)
     }
     if (accepted) {
         std::memcpy(m_pPacket, Buffer->ptr(), m_PacketSize);
-        return writeDB();
+        const VeskEventCode_T stored = writeDB();
+        PacketAccepted();
+        return stored;
     }
     why += "exp S4V " + std::to_string(SONAR4_VERSION) + " got  " + std::to_string(header.GetSonar4Version());
     m_pFactory->SendEvent(3, SUCCESS, Where("::", "DecodeMessage").c_str(), why.c_str());

@@ -64,14 +64,21 @@ struct DatabaseRecordDescription_T {
     // Default payload from offset 16 on, as bytes; the rest stays zero.
     const uint8_t* DefaultPayload = nullptr;
     size_t DefaultPayloadSize = 0;
-    // Defaults that depend on the deployment, written over the above.
-    void (*SetComputedDefaults)(IOSSFactory* pFactory, uint8_t* Packet) = nullptr;
+    // Defaults that depend on the deployment or on the record's instance
+    // (its configuration index, the unit's address), written over the above.
+    void (*SetComputedDefaults)(IOSSFactory* pFactory, uint8_t* Packet, uint32_t Instance) = nullptr;
     // Replaces out-of-range payload values; true when anything was replaced.
     // Null: the record stores whatever it is given.
     bool (*ReplaceInvalidValues)(uint8_t* Packet) = nullptr;
-    // Why-texts of failed stores and loads.
+    // Why-texts of failed stores and loads, and the operation named in the
+    // where-text of a failed store.
     const char* WriteFailedWhy = "Failed to write contents";
     const char* ReadFailedWhy = "Failed to read contents";
+    const char* WriteFailedOperation = "writeDB";
+    // Payload bytes (from offset 16) that a missing file resets in memory
+    // when the store is deferred; the rest keep their values. All of them
+    // by default.
+    size_t MissingFileResetBytes = SIZE_MAX;
 };
 
 // The machinery shared by every binary record. It does not own the packet:
@@ -92,10 +99,17 @@ public:
 
 
 protected:
+    // Instance tells apart records of one description (the configuration
+    // index of a ping parameters record, the unit's address): it replaces
+    // "%u" in the file name and is handed to SetComputedDefaults.
     CDatabaseRecord(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint8_t* Packet,
-                    size_t PacketSize);
+                    size_t PacketSize, uint32_t Instance);
 
     void SetDefaults() override;
+    void ResetForMissingFile() override;
+    // Called after a received packet was taken over and stored (whatever the
+    // store's result), for records that act on what they receive.
+    virtual void PacketAccepted() {}
 
 private:
     // Header as a fresh record has it: id, size 0, version, serial 0; payload 0.
@@ -106,6 +120,7 @@ private:
     const DatabaseRecordDescription_T& m_Description;
     uint8_t* const m_pPacket;
     const size_t m_PacketSize;
+    const uint32_t m_Instance;
 };
 
 // Storage for the packet, constructed before CDatabaseRecord so that the
@@ -126,8 +141,9 @@ public:
     const Packet& GetPacket() const { return this->m_Packet; }
 
 protected:
-    CDatabaseRecordOf(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description)
-        : DatabasePacketHolder_T<Packet>(), CDatabaseRecord(pFactory, Description, this->m_Packet.data(), cPacketSize)
+    CDatabaseRecordOf(IOSSFactory* pFactory, const DatabaseRecordDescription_T& Description, uint32_t Instance = 0)
+        : DatabasePacketHolder_T<Packet>(),
+          CDatabaseRecord(pFactory, Description, this->m_Packet.data(), cPacketSize, Instance)
     {
     }
 };

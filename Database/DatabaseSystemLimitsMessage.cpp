@@ -12,7 +12,7 @@ const uint8_t cDefaultPayload[] = {0x01, 0x00, 0x20, 0x03, 0x01, 0x00, 0xF4, 0x0
 // 3048 m, the deepest bottom the unit reports unless the deployment says otherwise.
 constexpr uint32_t cDefaultMaxAllowedDepthCm = 304800;
 
-void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet)
+void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet, uint32_t)
 {
     uint32_t depth = cDefaultMaxAllowedDepthCm;
     if (const char* text = pFactory->GetEnv("MAX_ALLOWED_DEPTH_IN_CM")) {

@@ -1,5 +1,6 @@
 #include "Sonar4/Sonar4.h"
 
+#include "Sonar4/Sonar4PingData.h"
 #include "Sonar4/Sonar4ServiceInfoMessage.h"
 #include "Utilities/LittleEndian.h"
 #include "Utilities/VeskAssert.h"
@@ -10,8 +11,9 @@ CSonar4::CSonar4(IOSSFactory* pFactory) : m_pFactory(pFactory)
     // The order matters: messages sharing an id are found in insertion
     // order, and each constructor loads or creates its record file.
     MakeSonar4Messages(m_pFactory, m_Messages);
+    m_PingData = dynamic_cast<CSonar4PingData*>(FindMessage(Message_Id_Sonar4_Ping_Data));
     m_ServiceInfo = dynamic_cast<CSonar4ServiceInfoMessage*>(FindMessage(Sonar4_Service_Info_Message));
-    VESK_ASSERT(m_ServiceInfo);
+    VESK_ASSERT(m_PingData && m_ServiceInfo);
 }
 
 CSonar4::~CSonar4()
@@ -19,6 +21,7 @@ CSonar4::~CSonar4()
     DeleteSonar4Messages(m_Messages);
     m_ReceivedCount.clear();
     m_ConstructedCount.clear();
+    m_PingData = nullptr;
     m_ServiceInfo = nullptr;
 }
 
@@ -51,7 +54,7 @@ size_t CSonar4::GetMessageSize(const Buffer_Bytes_T* Buffer) const
 PingConfigIndex_T CSonar4::GetPingConfigIndex(const Buffer_Bytes_T* Buffer) const
 {
     VESK_ASSERT(Buffer);
-    if (Buffer->size() <= cPingConfigIndexOffset) {
+    if (Buffer->capacity() <= cPingConfigIndexOffset) {
         return 0;
     }
     return Buffer->ptr()[cPingConfigIndexOffset];
@@ -75,6 +78,27 @@ VeskEventCode_T CSonar4::ConstructMessage(LNET_MESSAGE_ID_T Id, Buffer_Bytes_T* 
         return result;
     }
     ++m_ConstructedCount[Id];
+    return SUCCESS;
+}
+
+VeskEventCode_T CSonar4::PingDataTok(Buffer_Bytes_T* OutputBuffer, const Buffer_Bytes_T* PingData, UINT8 Tag,
+                                     PingDataType_T Type, PingConfigIndex_T Index)
+{
+    VESK_ASSERT(OutputBuffer);
+    VESK_ASSERT(PingData);
+    VESK_ASSERT(m_PingData);
+    if (PingData->size() != 0) {
+        m_PingData->SetPingData(PingData, Tag, Type, Index);
+    }
+    ISonar4Message* const pMessage = FindMessage(Message_Id_Sonar4_Ping_Data);
+    if (pMessage == nullptr) {
+        return FAILED_TO_SEND_ALL_DATA;
+    }
+    if (const VeskEventCode_T result = pMessage->CreateMessage(OutputBuffer)) {
+        return result;
+    }
+    // The empty end-of-run call counts too.
+    ++m_ConstructedCount[Message_Id_Sonar4_Ping_Data];
     return SUCCESS;
 }
 

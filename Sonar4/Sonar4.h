@@ -10,8 +10,10 @@
 #include "Sonar4/Sonar4Types.h"
 #include "Utilities/ByteBuffer.h"
 #include "Utilities/VeskEventCode.h"
+#include "Utilities/VeskTypes.h"
 
 class IOSSFactory;
+class CSonar4PingData;
 class CSonar4ServiceInfoMessage;
 
 // The codec a task owns: one message object per message id (each holding
@@ -29,6 +31,13 @@ public:
     // selects the ping configuration and matters only for ping parameters.
     // FAILED_TO_SEND_ALL_DATA when no message object has the id.
     VeskEventCode_T ConstructMessage(LNET_MESSAGE_ID_T Id, Buffer_Bytes_T* Buffer, PingConfigIndex_T Index);
+    // The next segment of a ping's data into OutputBuffer (whose size must
+    // hold the largest segment). A non-empty PingData starts a new run over
+    // its bytes, which the caller keeps alive and unchanged until the run
+    // ends; an empty one continues the current run. At the end of the run
+    // the output size is 0.
+    VeskEventCode_T PingDataTok(Buffer_Bytes_T* OutputBuffer, const Buffer_Bytes_T* PingData, UINT8 Tag,
+                                PingDataType_T Type, PingConfigIndex_T Index);
     // Hands a received packet to its message (for the ids decoded here) and
     // stores its id through pMessageId. Ids not decoded here are only
     // counted and left to the caller.
@@ -37,9 +46,9 @@ public:
     // Header fields of a packet; the buffer must hold the field.
     LNET_MESSAGE_ID_T GetMessageID(const Buffer_Bytes_T* Buffer) const;
     size_t GetMessageSize(const Buffer_Bytes_T* Buffer) const;
-    // Ping configuration index of a ping parameters packet; 0 for a buffer
-    // too short to hold it (such a packet is then rejected by the record of
-    // configuration 0 for its size, instead of being read past its end).
+    // Ping configuration index of a ping parameters packet: the byte at
+    // offset 20 whenever the buffer's memory holds it, whatever its current
+    // size; 0 for a buffer whose capacity ends before it.
     PingConfigIndex_T GetPingConfigIndex(const Buffer_Bytes_T* Buffer) const;
 
     uint32_t GetDecodeErrorCount() const { return m_DecodeErrorCount; }
@@ -70,6 +79,7 @@ private:
     uint32_t m_DecodeErrorCount = 0;
     CountMap_T m_ReceivedCount;
     CountMap_T m_ConstructedCount;
+    CSonar4PingData* m_PingData = nullptr;
     CSonar4ServiceInfoMessage* m_ServiceInfo = nullptr;
 };
 

@@ -13,7 +13,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Database/DatabaseEnvironmentDataMessage.h"
 #include "Database/DatabaseEnvironmentLimitsMessage.h"
+#include "Database/DatabaseHeartbeatMessage.h"
+#include "Database/DatabasePingParametersMessage.h"
+#include "Database/DatabaseUnitInfoMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "tests/support/FileHolder.h"
@@ -84,7 +88,22 @@ protected:
 // Each record's own default payload (hex), written when its file is missing.
 TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
 {
+    const std::string zeros60 = Hex(std::string(60, '\0'));
     const std::tuple<std::string, std::function<std::string()>, std::string> cases[] = {
+        {"environment data", [&]() -> std::string { return CDatabaseEnvironmentDataMessage(&m_Factory).GetDBFilePath(); },
+         "00 00 FF FF 00 00 00 00 00 00 00 00 00 80 00 80 00 80 00 80 00 80 00 80 "
+         "FF FF FF FF FF FF FF FF FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
+        {"heartbeat", [&]() -> std::string { return CDatabaseHeartbeatMessage(&m_Factory).GetDBFilePath(); },
+         "00 FF FF FF FF FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 80"},
+        // Index, enabled, channel, 200 kHz, 100 us, 100 %, 100 m, 100 ms.
+        {"ping parameters 0", [&]() -> std::string { return CDatabasePingParametersMessage(&m_Factory, 0).GetDBFilePath(); },
+         "00 00 00 00 00 01 00 D0 07 64 00 64 10 27 00 00 64 00 " + zeros60},
+        // Disabled, secondary channel: 50 kHz, 400 us, 100 %, 300 m, 200 ms.
+        {"ping parameters 31", [&]() -> std::string { return CDatabasePingParametersMessage(&m_Factory, 31).GetDBFilePath(); },
+         "00 00 00 00 1F 00 01 F4 01 90 01 64 30 75 00 00 C8 00 " + zeros60},
+        // 10.0.0.2, family 9, "P121XX" (the sandbox's product id).
+        {"unit info", [&]() -> std::string { return CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002).GetDBFilePath(); },
+         "0A 00 00 02 09 00 50 31 32 31 58 58 " + Hex(std::string(26, '\0'))},
         {"environment limits", [&]() -> std::string { return CDatabaseEnvironmentLimitsMessage(&m_Factory).GetDBFilePath(); },
          "8A 02 BC 02 EE 02 20 03 04 29 10 27 30 75 D0 84 F4 01 05"},
         {"system limits", [&]() -> std::string { return CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(); },
@@ -95,6 +114,17 @@ TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
         SCOPED_TRACE(name);
         EXPECT_EQ(Hex(CSandbox::ReadFile(make()).substr(16)), payload);
     }
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
+
+TEST_F(DatabaseRecordTest, RecordsWithInstancesHaveTheirOwnFilesAndAddresses)
+{
+    EXPECT_EQ(CDatabasePingParametersMessage(&m_Factory, 17).GetDBFilePath(), m_Sandbox / "pingparameters/PingParameters17.bin");
+    // A unit info file of another address is brought up to date.
+    CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002);
+    CDatabaseUnitInfoMessage moved(&m_Factory, 0xC0A80105);
+    EXPECT_EQ(moved.GetIPAddress(), 0xC0A80105u);
+    EXPECT_EQ(Hex(CSandbox::ReadFile(moved.GetDBFilePath()).substr(16, 4)), "C0 A8 01 05");
     EXPECT_TRUE(m_Factory.m_Events.empty());
 }
 
