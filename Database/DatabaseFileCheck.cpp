@@ -47,7 +47,8 @@ bool CDatabaseFileCheck::Inspect(const RecordFileExpectation_T& Record, const st
         if (errno == ENOENT) {
             Findings.push_back({ConfigFinding_T::NOTE, Path, "missing: created with its defaults at the start"});
         } else {
-            Findings.push_back({ConfigFinding_T::PROBLEM, Path, std::string("cannot be read: ") + std::strerror(errno)});
+            Findings.push_back(
+                {ConfigFinding_T::PROBLEM, Path, std::string("cannot be read: ") + std::strerror(errno)});
         }
         return false;
     }
@@ -62,8 +63,8 @@ bool CDatabaseFileCheck::Inspect(const RecordFileExpectation_T& Record, const st
     const Sonar4HeaderView header{bytes.data()};
     if (header.GetMessageID() != Record.MessageId) {
         Findings.push_back({ConfigFinding_T::PROBLEM, Path,
-                            "holds message id " + Hex(header.GetMessageID()) + " instead of " +
-                                Hex(Record.MessageId) + ": the task aborts on it",
+                            "holds message id " + Hex(header.GetMessageID()) + " instead of " + Hex(Record.MessageId) +
+                                ": the task aborts on it",
                             true});
         return true;
     }

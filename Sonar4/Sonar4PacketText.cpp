@@ -84,9 +84,9 @@ Sonar4DecodedField_T DecodeField(const PacketField_T& Field, const uint8_t* p, s
         if (zero) {
             decoded.Text = std::to_string(Available) + " zero bytes";
         } else {
-            decoded.Text = Available > cShownBytes ? hex.substr(0, 2 * cShownBytes) + "... (" +
-                                                         std::to_string(Available) + " bytes)"
-                                                   : hex;
+            decoded.Text = Available > cShownBytes
+                               ? hex.substr(0, 2 * cShownBytes) + "... (" + std::to_string(Available) + " bytes)"
+                               : hex;
         }
         return decoded;
     }
@@ -121,7 +121,8 @@ void CheckHeader(const Sonar4RecordFacts_T& Record, const uint8_t* Bytes, size_t
 {
     if (const PacketField_T* size = FieldNamed(Record, "message size")) {
         if (Size >= size->Offset + 4 && LittleEndian::Read<uint32_t>(Bytes + size->Offset) != Size) {
-            Report.Flags.push_back("size field says " + std::to_string(LittleEndian::Read<uint32_t>(Bytes + size->Offset)) +
+            Report.Flags.push_back("size field says " +
+                                   std::to_string(LittleEndian::Read<uint32_t>(Bytes + size->Offset)) +
                                    ", the packet has " + std::to_string(Size) + " bytes");
         }
     }

@@ -47,18 +47,17 @@ TEST(PcapFileTest, DatagramsWrittenAreReadBackWhole)
 TEST(PcapFileTest, ForeignCapturesAreReadAndDamageIsNamed)
 {
     CSandbox sandbox;
-    auto big32 = [](uint32_t v) {
-        return std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)};
-    };
-    std::string file = big32(0xA1B2C3D4) + std::string("\x00\x02\x00\x04", 4) + big32(0) + big32(0) +
-                       big32(65535) + big32(1);
+    auto big32 = [](uint32_t v) { return std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; };
+    std::string file =
+        big32(0xA1B2C3D4) + std::string("\x00\x02\x00\x04", 4) + big32(0) + big32(0) + big32(65535) + big32(1);
     const std::string udp = std::string("\x9C\x40\x0C\x81\x00\x0B\x00\x00", 8) + "abc";
-    const std::string ip = std::string("\x45\x00\x00\x1F\x00\x00\x00\x00\x01\x11\x00\x00", 12) + big32(0x0A000002) +
-                           big32(0xE0000040);
+    const std::string ip =
+        std::string("\x45\x00\x00\x1F\x00\x00\x00\x00\x01\x11\x00\x00", 12) + big32(0x0A000002) + big32(0xE0000040);
     const std::string ipv4Frame = std::string(12, '\x01') + std::string("\x08\x00", 2) + ip + udp;
     const std::string arpFrame = std::string(12, '\x01') + "\x08\x06" + std::string(28, '\0');
     for (const std::string& frame : {arpFrame, ipv4Frame}) {
-        file += big32(0) + big32(0) + big32(static_cast<uint32_t>(frame.size())) + big32(static_cast<uint32_t>(frame.size())) + frame;
+        file += big32(0) + big32(0) + big32(static_cast<uint32_t>(frame.size())) +
+                big32(static_cast<uint32_t>(frame.size())) + frame;
     }
     file += big32(0) + big32(0) + big32(100) + big32(100) + "cut";
     CPcapReader reader(sandbox.WriteFile("foreign.pcap", file));

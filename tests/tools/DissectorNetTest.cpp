@@ -1,6 +1,5 @@
 // The generated capture dissector, run by tshark over packets our own codec
 // built and over a capture of the real task's broadcast.
-#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +21,7 @@
 #include "tests/support/TargetCommand.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -33,10 +33,7 @@ protected:
             GTEST_SKIP() << "tshark is not installed (tools/install-deps.sh installs it)";
         }
         m_Sandbox.SetUnitEnvironment();
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
-                              "ip link set eth0-peer up"),
-                  0);
+        ASSERT_TRUE(AddUnitInterface());
     }
 
     // tshark's verbose decode of Capture with the dissector; fails the test
@@ -130,8 +127,7 @@ TEST_F(DissectorNetTest, ACaptureOfTheTasksBroadcastShowsTheMasterBottom)
         GTEST_SKIP() << Emulator() << " refuses PR_SET_CHILD_SUBREAPER and IP_MULTICAST_IF";
     }
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
-    ASSERT_EQ(CTargetCommand(VESK_TASK_BINARY).Run(m_Sandbox / "task.out"), 0)
-        << CSandbox::ReadFile(m_Sandbox / "task.out");
+    ASSERT_EQ(LaunchTask(m_Sandbox / "task.out"), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
 
     const std::string capture = m_Sandbox / "unit.pcap";
     const ToolRun_T dumped = RunTool({"dump", "--count", "3", "--save", capture});

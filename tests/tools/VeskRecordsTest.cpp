@@ -116,7 +116,8 @@ TEST_F(VeskRecordsTest, MalformedPacketsAreFlaggedFromFilesAndCaptures)
 {
     const Malformed_T cases[] = {
         {"short", Header(0x270108, 22, 116, 1234, 21), "FLAGGED short: 21 of 22 bytes"},
-        {"wrong-size-field", Header(0x270108, 30, 116, 1234, 22), "FLAGGED size field says 30, the packet has 22 bytes"},
+        {"wrong-size-field", Header(0x270108, 30, 116, 1234, 22),
+         "FLAGGED size field says 30, the packet has 22 bytes"},
         {"unknown-id", Header(0x27010F, 16, 116, 1234, 16), "FLAGGED unknown message id 0x27010F"},
         {"wrong-version", Header(0x270108, 22, 115, 1234, 22), "FLAGGED protocol version 115, expected 116"},
         {"no-id", std::string("\x08\x01", 2), "FLAGGED short: 2 bytes, not even a message id"},
@@ -143,7 +144,8 @@ TEST_F(VeskRecordsTest, MalformedPacketsAreFlaggedFromFilesAndCaptures)
             }
         }
         EXPECT_EQ(run.Output.find("FLAGGED", run.Output.rfind("MasterBottomRecord")), std::string::npos)
-            << "the sound packet, last, is not flagged:\n" << run.Output;
+            << "the sound packet, last, is not flagged:\n"
+            << run.Output;
     }
     EXPECT_TRUE(fromCapture.Says("10.0.0.2:3201>224.0.0.64:3201")) << fromCapture.Output;
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Database/DatabaseCommandMessage.h"
 #include "Database/DatabaseErrorStatusMessage.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Utilities/OSSLinuxFactory.h"
@@ -98,12 +99,17 @@ TEST_F(VeskToolTest, DbSetStoresThroughTheRecordClasses)
     ASSERT_EQ(RunTool({"db", "set", "SystemSettings", "DepthOffset=-300"}).Exit, 0);
     ASSERT_EQ(RunTool({"db", "set", "ErrorStatus", "ErrorStatus=0x80000005"}).Exit, 0);
     ASSERT_EQ(RunTool({"db", "set", "LocalBottom:PPT", "Depth=1200", "State=2"}).Exit, 0);
+    // The record's validation applies: a code it does not know is stored as 0.
+    ASSERT_EQ(RunTool({"db", "set", "Command", "command word=7", "CommandCode=9"}).Exit, 0);
 
     CDatabaseSystemSettingsMessage settings(&m_Factory);
     EXPECT_EQ(settings.GetDepthOffset(), -300);
     CDatabaseErrorStatusMessage status(&m_Factory);
     EXPECT_EQ(status.GetErrorStatus(), 0x80000005u);
     EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "nonpersisted/LocalBottomStatePPT.txt"), "1200\n2\n");
+    CDatabaseCommandMessage command(&m_Factory);
+    EXPECT_EQ(command.GetCommandWord(), 7u);
+    EXPECT_EQ(command.GetCommandCode(), 0u);
 
     // Without its directory the record would be written into "/".
     m_Sandbox.SetEnv("DATABASE_DIR_SYSTEM_DATA", nullptr);

@@ -1,6 +1,5 @@
 // vesk check and vesk send against the real task, in a network namespace
 // where eth0 has 10.0.0.2/24 as on a unit.
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -16,6 +15,7 @@
 #include "tests/support/TargetCommand.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -24,10 +24,7 @@ protected:
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
-                              "ip link set eth0-peer up"),
-                  0);
+        ASSERT_TRUE(AddUnitInterface());
         // The task is the launcher's child; it becomes ours when the launcher exits.
         if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 && Emulator()) {
             // Every test here runs the task, which does not start without IP_MULTICAST_IF.
@@ -49,7 +46,7 @@ protected:
     // when it did not exit (an abort).
     int Launch()
     {
-        const int status = CTargetCommand(VESK_TASK_BINARY).Run(m_Sandbox / "task.out");
+        const int status = LaunchTask(m_Sandbox / "task.out");
         const std::string pids = RunShell("ls " + std::string(getenv("PID_LOCATION")));
         if (!pids.empty()) {
             m_Reap.push_back(std::atoi(pids.c_str()));
@@ -144,8 +141,10 @@ TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
         const char* Named;
     };
     const Corruption_T corruptions[] = {
-        {Db("MasterBottomRecord.bin"), Packet(0x270105, 22, 116, 1234, 22), "holds message id 0x270105 instead of 0x270108"},
-        {m_Sandbox / "systemdata/SystemSettings.bin", Packet(0x270106, 600, 116, 1234, 562), "size field says 600 instead of 562"},
+        {Db("MasterBottomRecord.bin"), Packet(0x270105, 22, 116, 1234, 22),
+         "holds message id 0x270105 instead of 0x270108"},
+        {m_Sandbox / "systemdata/SystemSettings.bin", Packet(0x270106, 600, 116, 1234, 562),
+         "size field says 600 instead of 562"},
     };
     for (const Corruption_T& corruption : corruptions) {
         SCOPED_TRACE(corruption.Path);
@@ -173,6 +172,13 @@ TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
 TEST_F(VeskUnitNetTest, SendWaitsForTheAnswerAndCheckRefusesASecondInstance)
 {
     ASSERT_EQ(Launch(), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
+
+    // The task's PID file (its last line) and the tool state one software version.
+    std::string pidFile = CSandbox::ReadFile(std::string(getenv("PID_LOCATION")) + "/" +
+                                             std::to_string(m_Reap.at(0)) + ".txt");
+    pidFile.pop_back();
+    const std::string taskVersion = pidFile.substr(pidFile.rfind('\n') + 1);
+    EXPECT_TRUE(RunTool({"--version"}).Says("vesk " + taskVersion + ".")) << taskVersion;
 
     const ToolRun_T alive = RunTool({"send", "--wait=20", "alive"});
     EXPECT_EQ(alive.Exit, 0) << alive.Output;

@@ -1,5 +1,6 @@
 // vesk db: reads and changes record files through the record classes.
 #include <strings.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +15,7 @@
 #include "Sonar4/Sonar4MessageTable.h"
 #include "Sonar4/Sonar4PacketText.h"
 #include "Utilities/IOSSFactory.h"
+#include "Utilities/ProductFamily.h"
 #include "tools/vesk/DbSetters.h"
 #include "tools/vesk/ToolCommand.h"
 
@@ -187,6 +189,19 @@ int Create(IOSSFactory* pFactory, CToolArgs& Args)
         return problem.find("is not set") != std::string::npos ? Args.Error(TOOL_UNAVAILABLE, problem)
                                                                 : Args.UsageError(problem);
     }
+    if (choice.pRow->Id == Sonar4_Service_Info_Message || choice.pRow->Id == Sonar4_Unit_Info_Message) {
+        // These records stop the process when the unit has no address of
+        // the kind they trust (any private one for a known product, else a
+        // "10." one): say so instead.
+        const int addressChoice = GetProductFamily(pFactory) != cProductFamilyUnknown ? SYSTEM_ADDRESS_PRIVATE_FIRST
+                                                                                       : SYSTEM_ADDRESS_TEN_NET;
+        const std::unique_ptr<IOSSNetwork> socket(pFactory->CreateNetwork(AF_INET, SOCK_DGRAM, 17, addressChoice));
+        AUINT32 address = 0;
+        if (!socket->GetSystemIPAddress(&address) || address == 0) {
+            return Args.Error(TOOL_UNAVAILABLE, "this machine has no address the record can publish (a 10.x.x.x "
+                                                "one, or any private one when PRODUCT_ID names a known product)");
+        }
+    }
     if (access(choice.Path.c_str(), F_OK) == 0) {
         if (!force) {
             return Args.Error(TOOL_FAILED, choice.Path + " exists; --force replaces it with the defaults");
@@ -196,8 +211,15 @@ int Create(IOSSFactory* pFactory, CToolArgs& Args)
         }
     }
     Sonar4MessageMap_T made;
+    // The unit info record takes its address from the service info
+    // message, as in the codec, which makes that one first.
+    if (choice.pRow->Id == Sonar4_Unit_Info_Message) {
+        const Sonar4MessageRow_T* serviceInfo = FindSonar4MessageRow(Sonar4_Service_Info_Message);
+        made.insert({serviceInfo->Id, serviceInfo->Make({pFactory, 0, &made})});
+    }
     const Sonar4MessageContext_T context{pFactory, static_cast<PingConfigIndex_T>(choice.Instance), &made};
     const std::unique_ptr<ISonar4Message> message(choice.pRow->Make(context));
+    DeleteSonar4Messages(made);
     if (access(choice.Path.c_str(), F_OK) != 0) {
         // The error status record, for one, writes its file only at its
         // first store, so that reading it never creates it.
@@ -244,7 +266,7 @@ int Set(IOSSFactory* pFactory, CToolArgs& Args)
     }
     const std::string invalid = setter->Validate(values);
     if (!invalid.empty()) {
-        return Args.UsageError(invalid);
+        return Args.UsageError(invalid + " (" + record + " sets " + setter->Fields + ")");
     }
     if (pFactory->GetEnv(setter->DirectoryVariable) == nullptr) {
         return Args.Error(TOOL_UNAVAILABLE, std::string(setter->DirectoryVariable) + " is not set");
@@ -305,6 +327,7 @@ const ToolCommand_T cDbCommand = {
     "        it (the file lock and the record's validation apply). Settable:\n"
     "          SystemSettings   DepthOffset\n"
     "          ErrorStatus      ErrorStatus\n"
+    "          Command          CommandWord, CommandCode\n"
     "          LocalBottom:EXT  Depth, State\n"
     "        VALUE is decimal or 0x hexadecimal.\n"
     "\n"

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "Database/DatabaseCommandMessage.h"
 #include "Database/DatabaseErrorStatusMessage.h"
 #include "Database/DatabaseLocalBottomRecord.h"
 #include "Database/DatabaseSystemSettingsMessage.h"
@@ -84,8 +85,8 @@ std::string ValidateSystemSettings(const std::vector<DbFieldValue_T>& Values)
     return ValidateAgainst(Values, {{"DepthOffset", INT32_MIN, INT32_MAX}});
 }
 
-VeskEventCode_T ApplySystemSettings(IOSSFactory* pFactory, const std::string&, const std::vector<DbFieldValue_T>& Values,
-                                    std::string& Path)
+VeskEventCode_T ApplySystemSettings(IOSSFactory* pFactory, const std::string&,
+                                    const std::vector<DbFieldValue_T>& Values, std::string& Path)
 {
     CDatabaseSystemSettingsMessage record(pFactory);
     return LoadSetStore<CDatabaseSystemSettingsMessage>(
@@ -114,6 +115,28 @@ VeskEventCode_T ApplyErrorStatus(IOSSFactory* pFactory, const std::string&, cons
     return result;
 }
 
+// The record's own validation stores a code it does not know as 0.
+std::string ValidateCommand(const std::vector<DbFieldValue_T>& Values)
+{
+    return ValidateAgainst(Values, {{"CommandWord", 0, UINT32_MAX}, {"CommandCode", 0, UINT32_MAX}});
+}
+
+VeskEventCode_T ApplyCommand(IOSSFactory* pFactory, const std::string&, const std::vector<DbFieldValue_T>& Values,
+                             std::string& Path)
+{
+    CDatabaseCommandMessage record(pFactory);
+    return LoadSetStore<CDatabaseCommandMessage>(
+        record, Values,
+        [](CDatabaseCommandMessage& r, const DbFieldValue_T& v) {
+            if (Normal(v.Field) == "commandword") {
+                r.SetCommandWord(static_cast<uint32_t>(v.Value));
+            } else {
+                r.SetCommandCode(static_cast<uint32_t>(v.Value));
+            }
+        },
+        Path);
+}
+
 std::string ValidateLocalBottom(const std::vector<DbFieldValue_T>& Values)
 {
     return ValidateAgainst(Values, {{"Depth", INT32_MIN, INT32_MAX}, {"State", 0, 255}});
@@ -140,10 +163,15 @@ VeskEventCode_T ApplyLocalBottom(IOSSFactory* pFactory, const std::string& Exten
 const std::vector<DbSetter_T>& DbSetters()
 {
     static const std::vector<DbSetter_T> cSetters = {
-        {"SystemSettings", "DATABASE_DIR_SYSTEM_DATA", "DepthOffset (signed 32-bit)", &ValidateSystemSettings, &ApplySystemSettings},
-        {"ErrorStatus", "NONPERSISTED_DATABASE_ROOT", "ErrorStatus (32-bit word, 0x... allowed)", &ValidateErrorStatus, &ApplyErrorStatus},
-        {"LocalBottom", "NONPERSISTED_DATABASE_ROOT", "Depth (signed 32-bit), State (0 not in use, 2 valid, other: no bottom)",
-         &ValidateLocalBottom, &ApplyLocalBottom},
+        {"SystemSettings", "DATABASE_DIR_SYSTEM_DATA", "DepthOffset (signed 32-bit)", &ValidateSystemSettings,
+         &ApplySystemSettings},
+        {"ErrorStatus", "NONPERSISTED_DATABASE_ROOT", "ErrorStatus (32-bit word, 0x... allowed)", &ValidateErrorStatus,
+         &ApplyErrorStatus},
+        {"Command", "NONPERSISTED_DATABASE_ROOT", "CommandWord, CommandCode (32-bit; unknown codes are stored as 0)",
+         &ValidateCommand, &ApplyCommand},
+        {"LocalBottom", "NONPERSISTED_DATABASE_ROOT",
+         "Depth (signed 32-bit), State (0 not in use, 2 valid, other: no bottom)", &ValidateLocalBottom,
+         &ApplyLocalBottom},
     };
     return cSetters;
 }

@@ -202,9 +202,11 @@ int Run(IOSSFactory*, CToolArgs& Args)
             sized = sized || std::string(record.Fields[i].Name) == "message size";
             versioned = versioned || std::string(record.Fields[i].Name) == "Sonar4 version";
         }
-        std::fprintf(out, "messages[0x%X] = {name = %s, size = %zu, fixed = %s, sized = %s, versioned = %s, fields = {\n",
-                     row.Id, LuaString(name).c_str(), record.PacketSize, record.Kind == RECORD_SHARED ? "true" : "false",
-                     sized ? "true" : "false", versioned ? "true" : "false");
+        auto lua = [](bool Value) { return Value ? "true" : "false"; };
+        std::fprintf(out,
+                     "messages[0x%X] = {name = %s, size = %zu, fixed = %s, sized = %s, versioned = %s, fields = {\n",
+                     row.Id, LuaString(name).c_str(), record.PacketSize, lua(record.Kind == RECORD_SHARED), lua(sized),
+                     lua(versioned));
         for (size_t i = 0; i < record.FieldCount; ++i) {
             WriteField(out, FilterName(name), record.Fields[i]);
         }

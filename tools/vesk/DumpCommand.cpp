@@ -30,8 +30,12 @@ bool Print(const DumpOptions_T& Options, const std::string& Origin, const uint8_
 {
     const Sonar4PacketReport_T report = CSonar4PacketText::Decode(Bytes, Size);
     if (Options.Json) {
+        std::string from;
+        for (const char c : Origin) {
+            from += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
+        }
         std::string json = CSonar4PacketText::Json(report);
-        json.insert(1, "\"from\":\"" + Origin + "\",");
+        json.insert(1, "\"from\":\"" + from + "\",");
         std::printf("%s\n", json.c_str());
     } else {
         std::printf("%s: %s\n", Origin.c_str(), CSonar4PacketText::Text(report).c_str());
@@ -178,8 +182,8 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
         if (serviceInfo.empty()) {
             const char* directory = pFactory->GetEnv("DATABASE_DIR_SYSTEM_DATA");
             if (directory == nullptr) {
-                return Args.Error(TOOL_UNAVAILABLE,
-                                  "DATABASE_DIR_SYSTEM_DATA is not set: give --service-info FILE or --group and --port");
+                return Args.Error(TOOL_UNAVAILABLE, "DATABASE_DIR_SYSTEM_DATA is not set: give --service-info FILE "
+                                                    "or --group and --port");
             }
             serviceInfo = std::string(directory) + "/ServiceInfo.bin";
         }

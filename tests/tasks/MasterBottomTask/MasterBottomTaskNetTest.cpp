@@ -31,6 +31,7 @@
 #include "tests/support/FifoReader.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -43,10 +44,7 @@ protected:
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
-                              "ip link set eth0-peer up"),
-                  0);
+        ASSERT_TRUE(AddUnitInterface());
         // The task is the launcher's child; it becomes ours when the launcher exits.
         if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
             // Then only the tests that see the launcher alone can run.
@@ -87,7 +85,7 @@ protected:
     // exit status. The output of both processes goes to task.out.
     int Launch()
     {
-        const int status = CTargetCommand(VESK_TASK_BINARY).Run(m_Sandbox / "task.out");
+        const int status = LaunchTask(m_Sandbox / "task.out");
         m_TaskPid = FindTaskPid();
         return status;
     }

@@ -1,0 +1,15 @@
+#ifndef TESTS_SUPPORT_UNITPROCESS_H
+#define TESTS_SUPPORT_UNITPROCESS_H
+
+#include <string>
+
+// For tests in a network namespace of their own: the unit's interface,
+// eth0 with 10.0.0.2/24 (one end of a veth pair); true when it is up.
+bool AddUnitInterface();
+
+// Runs the task executable as the start-up scripts do, its output appended
+// to OutputFile; returns the launcher's exit status, -1 when it did not
+// exit (an abort). The forked task is not waited for.
+int LaunchTask(const std::string& OutputFile);
+
+#endif
