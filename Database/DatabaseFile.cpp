@@ -216,7 +216,9 @@ uint32_t CDatabaseFile::GetUnitSerialNumber()
 uint32_t CDatabaseFile::LookUpUnitSerialNumber(IOSSFactory* pFactory)
 {
     if (const char* text = pFactory->GetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE")) {
-        return static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+        // strtoll: a 32-bit long would cut serial numbers above INT32_MAX
+        // to LONG_MAX; 64 bits parse them alike on every target.
+        return static_cast<uint32_t>(std::strtoll(text, nullptr, 10));
     }
     return CSerialNumberInfo().GetSerialNumber();
 }

@@ -47,7 +47,9 @@ std::string DottedQuad(uint32_t HostOrderAddress)
 IPPort32_T PortFromEnvironment(IOSSFactory* pFactory, const char* Variable, IPPort32_T Default)
 {
     const char* text = pFactory->GetEnv(Variable);
-    return text ? static_cast<IPPort32_T>(std::strtoul(text, nullptr, 10)) : Default;
+    // 64-bit parse, so that an out-of-range number ends as the same port on
+    // every target rather than as ULONG_MAX where long has 32 bits.
+    return text ? static_cast<IPPort32_T>(std::strtoull(text, nullptr, 10)) : Default;
 }
 
 } // namespace

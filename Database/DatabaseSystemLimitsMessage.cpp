@@ -16,7 +16,8 @@ void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet, uint32_t)
 {
     uint32_t depth = cDefaultMaxAllowedDepthCm;
     if (const char* text = pFactory->GetEnv("MAX_ALLOWED_DEPTH_IN_CM")) {
-        depth = static_cast<uint32_t>(std::strtol(text, nullptr, 10));
+        // 64-bit parse, as for serial numbers: the same depth on every target.
+        depth = static_cast<uint32_t>(std::strtoll(text, nullptr, 10));
     }
     LittleEndian::Write<uint32_t>(Packet + Sonar4SystemLimitsPacket::cMaxAllowedDepthOffset, depth);
 }

@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
 # Installs with apt-get what building, testing and running the unit need,
 # and only what is missing. Safe to run again.
+#   tools/install-deps.sh                 the native builds
+#   tools/install-deps.sh armhf|aarch64   a cross build and qemu-user to test it
 set -euo pipefail
 
-packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev googletest
-          libbenchmark-dev iproute2 util-linux tshark systemd strace)
+packages=(cmake ninja-build googletest iproute2 util-linux tshark systemd strace)
+case "${1:-}" in
+    armhf) packages+=(g++-arm-linux-gnueabihf qemu-user) ;;
+    aarch64) packages+=(g++-aarch64-linux-gnu qemu-user) ;;
+    *) packages+=(g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev) ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# Builds everything in two configurations and runs every test in both:
+# Builds everything in three configurations and runs every test in each:
 #   build/release   g++, hardened release flags
 #   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, libFuzzer targets
-# Exits non-zero when anything fails to build, any test fails, or the two
-# configurations do not run the same tests (fuzz runs aside).
+#   build/armhf     32-bit ARM cross build, its tests under qemu-arm (tools/test-cross.sh)
+# Exits non-zero when anything fails to build, any test fails, or the
+# configurations do not run the same tests (fuzz runs aside; the armhf build
+# has no benchmarks or fuzzers and so compares with the release build).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -42,17 +44,21 @@ status=0
 run_tests build/release || status=1
 run_tests build/sanitize || status=1
 
+tools/test-cross.sh armhf || status=1
+
 if [ $status -eq 0 ]; then
     release_count=$(cat build/release/test-count)
     sanitize_count=$(cat build/sanitize/test-count)
-    if [ "$release_count" != "$sanitize_count" ]; then
-        echo "FAILED: the configurations ran different numbers of tests ($release_count, $sanitize_count)"
+    armhf_count=$(cat build/armhf/test-count)
+    if [ "$release_count" != "$sanitize_count" ] || [ "$release_count" != "$armhf_count" ]; then
+        echo "FAILED: the configurations ran different numbers of tests" \
+            "($release_count, $sanitize_count, armhf $armhf_count)"
         status=1
     fi
 fi
 
 if [ $status -eq 0 ]; then
-    echo "All tests passed in both configurations."
+    echo "All tests passed in every configuration."
 else
     echo "Some tests FAILED."
 fi

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <map>
 #include <regex>
 #include <set>
@@ -139,6 +140,23 @@ TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
     const std::string printed = Send(events, LOG_ERR, SUCCESS, std::string(511 - fixedLength, 'y'));
     EXPECT_EQ(printed, "3::"s + events.GetMessage() + "\n");
     EXPECT_EQ(std::strlen(events.GetMessage()), 511u);
+}
+
+// The stamp is the event's own time as ctime writes it: on a target whose
+// time_t or long is narrower, a stamp read at the wrong width shows as
+// another date.
+TEST_F(EventCodesTest, StampIsTheTimeOfTheEvent)
+{
+    CEventCodes events(&m_Factory, nullptr);
+    char before[32];
+    char after[32];
+    const std::time_t start = std::time(nullptr);
+    const std::string line = Send(events, LOG_INFO, SUCCESS, "it happened");
+    const std::time_t end = std::time(nullptr);
+    ASSERT_NE(ctime_r(&start, before), nullptr);
+    ASSERT_NE(ctime_r(&end, after), nullptr);
+    const std::string stamp = line.substr(line.find(" @ ") + 3, std::strlen(before) - 1);
+    EXPECT_TRUE(stamp + "\n" == before || stamp + "\n" == after) << line;
 }
 
 TEST_F(EventCodesTest, LoggedLineTreatsOnlyDoubledPercentsAsTheLoggerWould)

@@ -5,7 +5,8 @@ set -euo pipefail
 tool=$1 page=$2
 expected=$(mktemp)
 trap 'rm -f "$expected"' EXIT
-"$tool" db layouts >"$expected"
+# VESK_TARGET_EMULATOR: the words that run a cross build's tool here.
+${VESK_TARGET_EMULATOR:-} "$tool" db layouts >"$expected"
 # Everything after the "## Every message" heading and its blank line.
 if ! diff -u "$expected" <(sed -n '/^## Every message$/,$p' "$page" | tail -n +3); then
     echo "$page is out of step with the message table: regenerate its last section with 'vesk db layouts'"

@@ -4,6 +4,13 @@
 # start, status, a refused second start, stop.
 # Usage: check-init-script.sh INIT_SCRIPT ENV_FILE TASK TOOL
 set -euo pipefail
+if [ -n "${VESK_EMULATOR:-}" ]; then
+    # A cross build's task: the script starts it directly, and under the
+    # emulator it cannot start (IP_MULTICAST_IF is refused).
+    echo "$0: Skipped"
+    echo "$VESK_EMULATOR refuses PR_SET_CHILD_SUBREAPER and IP_MULTICAST_IF"
+    exit 77
+fi
 if [ -z "${VESK_INIT_NETNS:-}" ]; then
     exec unshare -n env VESK_INIT_NETNS=1 "$0" "$@"
 fi

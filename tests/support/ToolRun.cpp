@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/TargetCommand.h"
+
 #ifndef VESK_TOOL_BINARY
 #define VESK_TOOL_BINARY "vesk"
 #endif
@@ -13,18 +15,14 @@ ToolRun_T RunTool(const std::vector<std::string>& Args)
     if (pipe(out) != 0) {
         return {-1, "pipe failed"};
     }
+    const CTargetCommand command(VESK_TOOL_BINARY, Args);
     const pid_t child = fork();
     if (child == 0) {
         dup2(out[1], STDOUT_FILENO);
         dup2(out[1], STDERR_FILENO);
         close(out[0]);
         close(out[1]);
-        std::vector<char*> argv{const_cast<char*>(VESK_TOOL_BINARY)};
-        for (const std::string& arg : Args) {
-            argv.push_back(const_cast<char*>(arg.c_str()));
-        }
-        argv.push_back(nullptr);
-        execv(VESK_TOOL_BINARY, argv.data());
+        command.Exec();
         _exit(127);
     }
     close(out[1]);
