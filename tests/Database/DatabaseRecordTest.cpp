@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -13,41 +12,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Database/DatabaseEnvironmentDataMessage.h"
-#include "Database/DatabaseEnvironmentLimitsMessage.h"
-#include "Database/DatabaseHeartbeatMessage.h"
 #include "Database/DatabasePingParametersMessage.h"
 #include "Database/DatabaseUnitInfoMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
-
-namespace {
-
-std::string Hex(const std::string& Bytes)
-{
-    std::string text;
-    char three[4];
-    for (unsigned char byte : Bytes) {
-        text.append(three, std::snprintf(three, sizeof(three), " %02X", byte));
-    }
-    return text.substr(1);
-}
-
-std::string Le32(uint32_t Value)
-{
-    return {char(Value), char(Value >> 8), char(Value >> 16), char(Value >> 24)};
-}
-
-::testing::Matcher<const std::string&> Assertion(const std::string& Text)
-{
-    return ::testing::HasSubstr("Assertion `" + Text + "' failed");
-}
-
-} // namespace
 
 // The machinery is shared: it is proven here on the master bottom record;
 // the codec's message table test proves the common promises of every record.
@@ -66,7 +39,7 @@ protected:
     // A packet of this record: header fields as given, every payload byte Fill.
     static std::string Image(uint32_t Version = 116, uint32_t Serial = 1234, char Fill = 0x5A, uint32_t Size = cSize)
     {
-        return Le32(0x270108) + Le32(Size) + Le32(Version) + Le32(Serial) + std::string(cSize - 16, Fill);
+        return HeaderBytes(0x270108, Size, Version, Serial) + std::string(cSize - 16, Fill);
     }
     std::string PacketOf(const Record& R) const { return {reinterpret_cast<const char*>(R.GetPacket().data()), cSize}; }
     // Why-texts of the events so far, each of which must come at level 3
@@ -86,38 +59,31 @@ protected:
     CRecordingFactory m_Factory;
 };
 
-// Each record's own default payload (hex), written when its file is missing.
+// Default payloads (hex) written when a file is missing; the golden packet
+// test holds the plain ones, these are the records' worked-out ones.
 TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
 {
     const std::string zeros60 = Hex(std::string(60, '\0'));
-    const std::tuple<std::string, std::function<std::string()>, std::string> cases[] = {
-        {"environment data", [&]() -> std::string { return CDatabaseEnvironmentDataMessage(&m_Factory).GetDBFilePath(); },
-         "00 00 FF FF 00 00 00 00 00 00 00 00 00 80 00 80 00 80 00 80 00 80 00 80 "
-         "FF FF FF FF FF FF FF FF FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
-        {"heartbeat", [&]() -> std::string { return CDatabaseHeartbeatMessage(&m_Factory).GetDBFilePath(); },
-         "00 FF FF FF FF FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 80"},
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         // Index, enabled, channel, 200 kHz, 100 us, 100 %, 100 m, 100 ms.
-        {"ping parameters 0", [&]() -> std::string { return CDatabasePingParametersMessage(&m_Factory, 0).GetDBFilePath(); },
+        {"ping parameters 0", CDatabasePingParametersMessage(&m_Factory, 0).GetDBFilePath(),
          "00 00 00 00 00 01 00 D0 07 64 00 64 10 27 00 00 64 00 " + zeros60},
         // Disabled, secondary channel: 50 kHz, 400 us, 100 %, 300 m, 200 ms.
-        {"ping parameters 31", [&]() -> std::string { return CDatabasePingParametersMessage(&m_Factory, 31).GetDBFilePath(); },
+        {"ping parameters 31", CDatabasePingParametersMessage(&m_Factory, 31).GetDBFilePath(),
          "00 00 00 00 1F 00 01 F4 01 90 01 64 30 75 00 00 C8 00 " + zeros60},
         // 10.0.0.2, family 9, "P121XX" (the sandbox's product id).
-        {"unit info", [&]() -> std::string { return CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002).GetDBFilePath(); },
+        {"unit info", CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002).GetDBFilePath(),
          "0A 00 00 02 09 00 50 31 32 31 58 58 " + Hex(std::string(26, '\0'))},
-        {"environment limits", [&]() -> std::string { return CDatabaseEnvironmentLimitsMessage(&m_Factory).GetDBFilePath(); },
-         "8A 02 BC 02 EE 02 20 03 04 29 10 27 30 75 D0 84 F4 01 05"},
-        {"system limits", [&]() -> std::string { return CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(); },
+        {"system limits", CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(),
          "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"},
-        {"master bottom", [&]() -> std::string { return Record(&m_Factory).GetDBFilePath(); }, "00 00 00 00 80 00"},
+        {"master bottom", Record(&m_Factory).GetDBFilePath(), "00 00 00 00 80 00"},
         // One transducer fitted, its entry not yet filled in.
-        {"transducers fitted",
-         [&]() -> std::string { return CDatabaseTransducersFittedMessage(&m_Factory).GetDBFilePath(); },
+        {"transducers fitted", CDatabaseTransducersFittedMessage(&m_Factory).GetDBFilePath(),
          "01 " + Hex(std::string(40, '\0'))},
     };
-    for (const auto& [name, make, payload] : cases) {
+    for (const auto& [name, path, payload] : cases) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(Hex(CSandbox::ReadFile(make()).substr(16)), payload);
+        EXPECT_EQ(Hex(CSandbox::ReadFile(path).substr(16)), payload);
     }
     EXPECT_TRUE(m_Factory.m_Events.empty());
 }

@@ -1,6 +1,5 @@
 // The list of legacy transducers: what an enumeration finds, stores,
 // prints and counts, and how it ends when the list cannot be stored.
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -12,21 +11,12 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 #include "tools/TransducerFiles.h"
 
 namespace {
-
-std::string Hex(const std::string& Bytes)
-{
-    std::string text;
-    char three[4];
-    for (unsigned char byte : Bytes) {
-        text.append(three, std::snprintf(three, sizeof(three), " %02X", byte));
-    }
-    return text.substr(1);
-}
 
 std::vector<std::string> Images(const std::vector<TransducerFiles::Transducer_T>& Transducers)
 {

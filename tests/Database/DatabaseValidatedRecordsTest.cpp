@@ -8,6 +8,7 @@
 
 #include "Database/DatabaseCommandMessage.h"
 #include "Database/DatabaseHeartbeatMessage.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
@@ -21,19 +22,14 @@ std::string Le(T Value)
     return bytes;
 }
 
-std::string Header(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial)
-{
-    return Le<uint32_t>(Id) + Le<uint32_t>(Size) + Le<uint32_t>(Version) + Le<uint32_t>(Serial);
-}
-
 std::string Command(uint32_t Code, uint32_t Serial = 77)
 {
-    return Header(0x27010C, 24, 116, Serial) + Le<uint32_t>(0xABCD) + Le<uint32_t>(Code);
+    return HeaderBytes(0x27010C, 24, 116, Serial) + Le<uint32_t>(0xABCD) + Le<uint32_t>(Code);
 }
 
 std::string Heartbeat(uint8_t Mode, int32_t Depth, uint64_t Time = UINT64_MAX, uint32_t Version = 116)
 {
-    return Header(0x270100, 37, Version, 5) + Le<uint8_t>(Mode) + Le<uint64_t>(Time) + std::string(8, '\x11') +
+    return HeaderBytes(0x270100, 37, Version, 5) + Le<uint8_t>(Mode) + Le<uint64_t>(Time) + std::string(8, '\x11') +
            Le<int32_t>(Depth);
 }
 
@@ -87,7 +83,7 @@ TEST_F(DatabaseValidatedRecordsTest, CommandCodeOutOfRangeIsStoredAndLoadedAsZer
     EXPECT_EQ(record.writeDB(), SUCCESS);
     EXPECT_EQ(CSandbox::ReadFile(record.GetDBFilePath()), Command(0));
 
-    const std::string old = Header(0x27010C, 24, 115, 77) + std::string(8, '\0');
+    const std::string old = HeaderBytes(0x27010C, 24, 115, 77) + std::string(8, '\0');
     EXPECT_EQ(Receive(record, old), E2BIG);
     EXPECT_EQ(TakeEvents(), std::vector<std::string>{"3 CDatabaseCommandMessage::DecodeMessage Error in incoming "
                                                      "message exp S4V 116 got  115"});

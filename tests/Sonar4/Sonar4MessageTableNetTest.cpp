@@ -3,7 +3,6 @@
 #include "Sonar4/Sonar4MessageTable.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <set>
 #include <string>
@@ -11,24 +10,13 @@
 
 #include <gtest/gtest.h>
 
-#include "Utilities/LittleEndian.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
 
 constexpr uint32_t cUnit = 1234;
-
-std::string Le32(uint32_t Value)
-{
-    return {char(Value), char(Value >> 8), char(Value >> 16), char(Value >> 24)};
-}
-
-// Header as the records write it, and its message id.
-std::string Header(const Sonar4MessageRow_T& Row, uint32_t Size, uint32_t Version, uint32_t Serial)
-{
-    return Le32(Row.Id) + Le32(Size) + Le32(Version) + Le32(Serial);
-}
 
 TEST(Sonar4MessageTableTest, RowsAreUniqueAndEveryLayoutTilesItsPacket)
 {
@@ -115,7 +103,7 @@ TEST_P(Sonar4MessageRowTest, DefaultsAreStoredWholeAndBuiltAtThePacketSize)
     EXPECT_EQ(m_pMessage->GetPacketSize(), Size());
     const std::string file = File();
     ASSERT_EQ(file.size(), Size());
-    EXPECT_EQ(file.substr(0, 16), Header(Row(), Size(), 116, Addressed() ? cUnit : 0));
+    EXPECT_EQ(file.substr(0, 16), HeaderBytes(Row().Id, Size(), 116, Addressed() ? cUnit : 0));
     EXPECT_EQ(Built(), file);
     EXPECT_TRUE(m_Factory.m_Events.empty());
 }
@@ -126,15 +114,15 @@ TEST_P(Sonar4MessageRowTest, ReceivedPacketIsStoredOnlyWhenWholeAndOfThisVersion
     const std::string payload = defaults.substr(16);
     // Size field 0 and bytes past the packet: the size is rewritten on
     // store and the extra bytes are ignored.
-    const std::string stored = Header(Row(), Size(), 116, cUnit) + payload;
+    const std::string stored = HeaderBytes(Row().Id, Size(), 116, cUnit) + payload;
     const struct {
         std::string Packet;
         VeskEventCode_T Result;
     } cases[] = {
-        {Header(Row(), Size(), 115, cUnit) + payload, E2BIG},
-        {Header(Row(), Size(), 116, 99) + payload, Addressed() ? E2BIG : SUCCESS},
+        {HeaderBytes(Row().Id, Size(), 115, cUnit) + payload, E2BIG},
+        {HeaderBytes(Row().Id, Size(), 116, 99) + payload, Addressed() ? E2BIG : SUCCESS},
         {stored.substr(0, Size() - 1), E2BIG},
-        {Header(Row(), 0, 116, cUnit) + payload + "extra", SUCCESS},
+        {HeaderBytes(Row().Id, 0, 116, cUnit) + payload + "extra", SUCCESS},
     };
     for (const auto& received : cases) {
         WriteFile(defaults);
@@ -151,7 +139,7 @@ TEST_P(Sonar4MessageRowTest, ReceivedPacketIsStoredOnlyWhenWholeAndOfThisVersion
 TEST_P(Sonar4MessageRowTest, FileOfAnotherVersionIsDeletedAndTheLastValuesAreBuilt)
 {
     const std::string defaults = File();
-    WriteFile(Header(Row(), Size(), 115, cUnit) + defaults.substr(16));
+    WriteFile(HeaderBytes(Row().Id, Size(), 115, cUnit) + defaults.substr(16));
     EXPECT_EQ(Built(), defaults);
     EXPECT_FALSE(CSandbox::Exists(m_pMessage->GetDBFilePath()));
     ASSERT_FALSE(m_Factory.m_Events.empty());

@@ -8,17 +8,13 @@
 #include <gtest/gtest.h>
 
 #include "Sonar4/Sonar4PingData.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-::testing::Matcher<const std::string&> Assertion(const std::string& Text)
-{
-    return ::testing::HasSubstr("Assertion `" + Text + "' failed");
-}
 
 // Ping data whose bytes differ from their neighbours'.
 Bytes Samples(size_t Size)

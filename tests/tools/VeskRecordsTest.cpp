@@ -7,8 +7,8 @@
 
 #include "Sonar4/Sonar4MessageTable.h"
 #include "Sonar4/Sonar4PacketText.h"
-#include "Utilities/LittleEndian.h"
 #include "Utilities/PcapFile.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
 
@@ -28,19 +28,6 @@ protected:
             }
         }
         return rows;
-    }
-
-    static std::string Header(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial, size_t Length)
-    {
-        std::string bytes(Length, '\0');
-        uint8_t* p = reinterpret_cast<uint8_t*>(&bytes[0]);
-        LittleEndian::Write<uint32_t>(p, Id);
-        if (Length >= 16) {
-            LittleEndian::Write<uint32_t>(p + 4, Size);
-            LittleEndian::Write<uint32_t>(p + 8, Version);
-            LittleEndian::Write<uint32_t>(p + 12, Serial);
-        }
-        return bytes;
     }
 
     CSandbox m_Sandbox;
@@ -115,13 +102,13 @@ struct Malformed_T {
 TEST_F(VeskRecordsTest, MalformedPacketsAreFlaggedFromFilesAndCaptures)
 {
     const Malformed_T cases[] = {
-        {"short", Header(0x270108, 22, 116, 1234, 21), "FLAGGED short: 21 of 22 bytes"},
-        {"wrong-size-field", Header(0x270108, 30, 116, 1234, 22),
+        {"short", HeaderBytes(0x270108, 22, 116, 1234, 21), "FLAGGED short: 21 of 22 bytes"},
+        {"wrong-size-field", HeaderBytes(0x270108, 30, 116, 1234, 22),
          "FLAGGED size field says 30, the packet has 22 bytes"},
-        {"unknown-id", Header(0x27010F, 16, 116, 1234, 16), "FLAGGED unknown message id 0x27010F"},
-        {"wrong-version", Header(0x270108, 22, 115, 1234, 22), "FLAGGED protocol version 115, expected 116"},
+        {"unknown-id", HeaderBytes(0x27010F, 16, 116, 1234, 16), "FLAGGED unknown message id 0x27010F"},
+        {"wrong-version", HeaderBytes(0x270108, 22, 115, 1234, 22), "FLAGGED protocol version 115, expected 116"},
         {"no-id", std::string("\x08\x01", 2), "FLAGGED short: 2 bytes, not even a message id"},
-        {"sound", Header(0x270108, 22, 116, 1234, 22), ""},
+        {"sound", HeaderBytes(0x270108, 22, 116, 1234, 22), ""},
     };
     std::vector<std::string> files;
     {

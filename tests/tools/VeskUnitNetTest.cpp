@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "Utilities/LittleEndian.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/TargetCommand.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ToolRun.h"
@@ -63,18 +63,6 @@ protected:
 
     std::string Db(const std::string& Name) const { return m_Sandbox / ("nonpersisted/" + Name); }
 
-    // A whole packet of the record with one header field replaced.
-    static std::string Packet(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial, size_t Length)
-    {
-        std::string bytes(Length, '\0');
-        uint8_t* p = reinterpret_cast<uint8_t*>(&bytes[0]);
-        LittleEndian::Write<uint32_t>(p, Id);
-        LittleEndian::Write<uint32_t>(p + 4, Size);
-        LittleEndian::Write<uint32_t>(p + 8, Version);
-        LittleEndian::Write<uint32_t>(p + 12, Serial);
-        return bytes;
-    }
-
     CSandbox m_Sandbox;
     std::vector<pid_t> m_Reap;
 };
@@ -124,8 +112,8 @@ TEST_F(VeskUnitNetTest, FilesTheRecordsReplaceThemselvesAreOnlyNoted)
     // Short, of another version, of another unit: the records delete and
     // recreate these without stopping the task.
     m_Sandbox.WriteFile("nonpersisted/MasterBottomRecord.bin", std::string(10, '\0'));
-    m_Sandbox.WriteFile("nonpersisted/SystemLimits.bin", Packet(0x270107, 49, 115, 1234, 49));
-    m_Sandbox.WriteFile("nonpersisted/EnvironmentLimits.bin", Packet(0x270105, 35, 116, 99, 35));
+    m_Sandbox.WriteFile("nonpersisted/SystemLimits.bin", HeaderBytes(0x270107, 49, 115, 1234, 49));
+    m_Sandbox.WriteFile("nonpersisted/EnvironmentLimits.bin", HeaderBytes(0x270105, 35, 116, 99, 35));
     const ToolRun_T run = RunTool({"check"});
     EXPECT_EQ(run.Exit, 0) << run.Output;
     EXPECT_TRUE(run.Says("MasterBottomRecord.bin: 10 bytes, shorter than its 22-byte packet")) << run.Output;
@@ -141,9 +129,9 @@ TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
         const char* Named;
     };
     const Corruption_T corruptions[] = {
-        {Db("MasterBottomRecord.bin"), Packet(0x270105, 22, 116, 1234, 22),
+        {Db("MasterBottomRecord.bin"), HeaderBytes(0x270105, 22, 116, 1234, 22),
          "holds message id 0x270105 instead of 0x270108"},
-        {m_Sandbox / "systemdata/SystemSettings.bin", Packet(0x270106, 600, 116, 1234, 562),
+        {m_Sandbox / "systemdata/SystemSettings.bin", HeaderBytes(0x270106, 600, 116, 1234, 562),
          "size field says 600 instead of 562"},
     };
     for (const Corruption_T& corruption : corruptions) {

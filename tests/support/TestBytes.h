@@ -1,0 +1,38 @@
+// Byte strings the tests build packets and files from, and read them back as.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include <gmock/gmock.h>
+
+inline std::string Le32(uint32_t Value)
+{
+    return {char(Value), char(Value >> 8), char(Value >> 16), char(Value >> 24)};
+}
+
+// A packet's header (id, size field, version, serial), cut or zero-padded to Length.
+inline std::string HeaderBytes(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial, size_t Length = 16)
+{
+    std::string bytes = Le32(Id) + Le32(Size) + Le32(Version) + Le32(Serial);
+    bytes.resize(Length, '\0');
+    return bytes;
+}
+
+// "0A 00 FF": bytes as a difference shows best.
+inline std::string Hex(const std::string& Bytes)
+{
+    std::string text;
+    char three[4];
+    for (unsigned char byte : Bytes) {
+        text.append(three, std::snprintf(three, sizeof(three), " %02X", byte));
+    }
+    return text.empty() ? text : text.substr(1);
+}
+
+// The text of a failed VESK_ASSERT on Condition.
+inline ::testing::Matcher<const std::string&> Assertion(const std::string& Condition)
+{
+    return ::testing::HasSubstr("Assertion `" + Condition + "' failed");
+}
