@@ -16,13 +16,9 @@
 
 namespace {
 
+using ::testing::HasSubstr;
 using TransducerFiles::Curve_T;
 using TransducerFiles::Transducer_T;
-
-::testing::Matcher<const std::string&> Assertion(const std::string& Text)
-{
-    return ::testing::HasSubstr(Text);
-}
 
 FpgaRegisterValues_T Bytes(const std::string& Image)
 {
@@ -144,10 +140,10 @@ TEST_F(TransducerIdDeathTest, FrequencyOutsideEitherUsedCurveIsFatal)
     const std::string function =
         "Impedance_Ohms_T CalculateImpedance(ImpedanceNode_T (*)[4], Frequency_100Hz_T, Temperature_DegCx100_T)";
     // 95 is on the 60 degree curve but below the 40 degree one.
-    EXPECT_DEATH(CalculateImpedance(graph, 95, 5000), Assertion("Frequency is below minimum allowed by Transducer"));
+    EXPECT_DEATH(CalculateImpedance(graph, 95, 5000), HasSubstr("Frequency is below minimum allowed by Transducer"));
     // 155 is below the 60 degree curve's top but above the 40 degree one's.
-    EXPECT_DEATH(CalculateImpedance(graph, 155, 6000), Assertion("Frequency below minimum allowed by Transducer"));
-    EXPECT_DEATH(CalculateImpedance(graph, 151, 0), Assertion(function));
+    EXPECT_DEATH(CalculateImpedance(graph, 155, 6000), HasSubstr("Frequency below minimum allowed by Transducer"));
+    EXPECT_DEATH(CalculateImpedance(graph, 151, 0), HasSubstr(function));
 }
 
 TEST_F(TransducerIdTest, FrequencyLimitsAreTheBandEveryCurveCovers)
@@ -270,9 +266,9 @@ TEST_F(TransducerIdDeathTest, ReversedLimitsAndMissingOutputsAreFatal)
     Frequency_100Hz_T f = 0;
     Frequency_100Hz_T g = 0;
     EXPECT_DEATH(record.GetFrequencyLimits(0, &f, &g),
-                 Assertion("The Start and End Frequencies are reversed in the TransducerId"));
-    EXPECT_DEATH(record.GetFrequencyLimits(0, nullptr, &f), Assertion("FreqStart should not be NULL"));
-    EXPECT_DEATH(record.GetFrequencyLimits(0, &f, nullptr), Assertion("FreqEnd should not be NULL"));
+                 HasSubstr("The Start and End Frequencies are reversed in the TransducerId"));
+    EXPECT_DEATH(record.GetFrequencyLimits(0, nullptr, &f), HasSubstr("FreqStart should not be NULL"));
+    EXPECT_DEATH(record.GetFrequencyLimits(0, &f, nullptr), HasSubstr("FreqEnd should not be NULL"));
 }
 
 TEST_F(TransducerIdTest, MergedRecordTakesElementBFromTheSecondMemory)
@@ -312,31 +308,31 @@ TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
     const FpgaRegisterValues_T ok(234, 0);
     const FpgaRegisterValues_T shorter(233, 0);
     const FpgaRegisterValues_T longer(235, 0);
-    EXPECT_DEATH(record.SetTransducerId(&shorter), Assertion("wrong size"));
-    EXPECT_DEATH(record.SetTransducerId(&longer), Assertion("wrong size"));
-    EXPECT_DEATH(record.SetTransducerId(nullptr), Assertion("XIDBytes cant be Null"));
-    EXPECT_DEATH(record.SetTransducerId(nullptr, &ok), Assertion("XIDBytes1 cant be Null"));
-    EXPECT_DEATH(record.SetTransducerId(&ok, nullptr), Assertion("XIDBytes2 cant be Null"));
-    EXPECT_DEATH(record.MergeXids(&ok, &shorter), Assertion("wrong size"));
-    EXPECT_DEATH(record.MergeXids(&ok, nullptr), Assertion("XIDBytes cant be Null"));
+    EXPECT_DEATH(record.SetTransducerId(&shorter), HasSubstr("wrong size"));
+    EXPECT_DEATH(record.SetTransducerId(&longer), HasSubstr("wrong size"));
+    EXPECT_DEATH(record.SetTransducerId(nullptr), HasSubstr("XIDBytes cant be Null"));
+    EXPECT_DEATH(record.SetTransducerId(nullptr, &ok), HasSubstr("XIDBytes1 cant be Null"));
+    EXPECT_DEATH(record.SetTransducerId(&ok, nullptr), HasSubstr("XIDBytes2 cant be Null"));
+    EXPECT_DEATH(record.MergeXids(&ok, &shorter), HasSubstr("wrong size"));
+    EXPECT_DEATH(record.MergeXids(&ok, nullptr), HasSubstr("XIDBytes cant be Null"));
 
     const std::string autoText = "Can't select Auto, should call SetTransducerId() with the XID bytes";
-    EXPECT_DEATH(record.SelectDepthTransducerId(254), Assertion(autoText));
-    EXPECT_DEATH(record.SelectSpeedTransducerId(254), Assertion(autoText));
+    EXPECT_DEATH(record.SelectDepthTransducerId(254), HasSubstr(autoText));
+    EXPECT_DEATH(record.SelectSpeedTransducerId(254), HasSubstr(autoText));
     EXPECT_DEATH(record.SelectSpeedTransducerId(255),
-                 Assertion("Can't select none, should call SetTransducerId() with the XID bytes"));
+                 HasSubstr("Can't select none, should call SetTransducerId() with the XID bytes"));
     EXPECT_DEATH(record.SelectSpeedTransducerId(253),
-                 Assertion("Can't select Default, should call SetTransducerId() with the XID bytes"));
+                 HasSubstr("Can't select Default, should call SetTransducerId() with the XID bytes"));
 
     char text[4];
-    EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(text, nullptr, 4), Assertion("No Source specified"));
-    EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(nullptr, "x", 4), Assertion("No Destination specified"));
+    EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(text, nullptr, 4), HasSubstr("No Source specified"));
+    EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(nullptr, "x", 4), HasSubstr("No Destination specified"));
     EXPECT_STREQ(CDatabaseTransducerIdMessage::StringCopy(text, "abcdef", sizeof(text)), "abc");
 
     m_Sandbox.SetEnv("TRANSDUCER_ID_FILE_PREFIX", "");
-    EXPECT_DEATH(CDatabaseTransducerIdMessage{&m_Factory}, Assertion("!m_SupportedTransducerFileName.empty()"));
+    EXPECT_DEATH(CDatabaseTransducerIdMessage{&m_Factory}, HasSubstr("!m_SupportedTransducerFileName.empty()"));
     m_Sandbox.SetEnv("SUPPORTED_TRANSDUCER_DIR", std::string(256, 'd').c_str());
-    EXPECT_DEATH(record.SelectDepthTransducerId(0), Assertion("fromDir.str().length() <= MAX_DATABASE_PATH_LENGTH"));
+    EXPECT_DEATH(record.SelectDepthTransducerId(0), HasSubstr("fromDir.str().length() <= MAX_DATABASE_PATH_LENGTH"));
 }
 
 TEST_F(TransducerIdTest, LegacySelectionReplacesTheRecordFileOrChangesNothing)

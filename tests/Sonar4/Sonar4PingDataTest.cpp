@@ -115,8 +115,8 @@ TEST_F(Sonar4PingDataTest, NothingIsSentBeforeARunAndANewRunAbandonsTheOldOne)
     const Bytes segment = Next(message);
     ASSERT_EQ(segment.size(), 47u);
     EXPECT_EQ(Bytes(segment.begin() + 20, segment.begin() + 24), Bytes(4, 0)) << "offset";
-    EXPECT_EQ(Bytes(segment.begin() + 32, segment.end()), Bytes({2, 2, 0, 1, 2, 0x5A, 0x5A, 0x5A, 0x5A, 0x5A, 0x5A,
-                                                                 0x5A, 0x5A, 0x5A, 0x5A}));
+    EXPECT_EQ(Bytes(segment.begin() + 32, segment.begin() + 37), Bytes({2, 2, 0, 1, 2}));
+    EXPECT_EQ(Bytes(segment.begin() + 37, segment.end()), second);
     EXPECT_TRUE(Next(message).empty());
     EXPECT_TRUE(m_Factory.m_Events.empty());
 }

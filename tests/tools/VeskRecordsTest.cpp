@@ -82,10 +82,9 @@ TEST_F(VeskRecordsTest, DbSetIsSeenByShowWithItsUnit)
     ASSERT_EQ(RunTool({"db", "create", "MasterBottomRecord"}).Exit, 0);
     const ToolRun_T shown = RunTool({"db", "show", "MasterBottomRecord"});
     EXPECT_EQ(shown.Exit, 0);
-    EXPECT_TRUE(shown.Says("master depth")) << shown.Output;
-    EXPECT_TRUE(shown.Says("-2147483648 cm")) << shown.Output;
-    EXPECT_TRUE(shown.Says("serial number")) << shown.Output;
-    EXPECT_TRUE(shown.Says("1234")) << shown.Output;
+    for (const char* text : {"master depth", "-2147483648 cm", "serial number", "1234"}) {
+        EXPECT_TRUE(shown.Says(text)) << shown.Output;
+    }
 
     EXPECT_EQ(RunTool({"db", "show", "NoSuchRecord"}).Exit, 2);
     EXPECT_EQ(RunTool({"db", "show", m_Sandbox / "missing.bin"}).Exit, 3);
