@@ -55,12 +55,6 @@ std::string GoldenPath(const Sonar4MessageRow_T& Row, unsigned Instance)
     return std::string(VESK_GOLDEN_DIR) + "/" + name;
 }
 
-std::string ReadGolden(const std::string& Path)
-{
-    std::ifstream file(Path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 class Sonar4GoldenNetTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite()
@@ -118,7 +112,7 @@ TEST_F(Sonar4GoldenNetTest, EveryBuiltPacketIsTheCheckedInOneAndDecodesBackToIt)
                 std::ofstream(path, std::ios::binary) << built;
                 continue;
             }
-            const std::string expected = ReadGolden(path);
+            const std::string expected = CSandbox::ReadFile(path);
             EXPECT_EQ(Hex(built), Hex(expected));
             ++compared;
             if (row.Record.Kind != RECORD_SHARED) {

@@ -26,13 +26,6 @@ Bytes Samples(size_t Size)
     return bytes;
 }
 
-void Put32(Bytes& Out, uint32_t Value)
-{
-    for (int shift = 0; shift < 32; shift += 8) {
-        Out.push_back(static_cast<uint8_t>(Value >> shift));
-    }
-}
-
 class Sonar4PingDataTest : public ::testing::Test {
 protected:
     static constexpr size_t cPacket = 1469;
@@ -70,11 +63,9 @@ TEST_F(Sonar4PingDataTest, RunsAreCutIntoNumberedSegmentsOfAtMost1432DataBytes)
             const size_t n = segments[number];
             // id, size, version, serial 1234, unused, offset, total twice,
             // type, tag, number, count, configuration index; then the data.
-            Bytes expected;
-            for (uint32_t word : {0x270101u, uint32_t(37 + n), 116u, 1234u, 0u, uint32_t(offset), uint32_t(size),
-                                  uint32_t(size)}) {
-                Put32(expected, word);
-            }
+            const std::string header = HeaderBytes(0x270101, uint32_t(37 + n), 116, 1234) + Le32(0) + Le32(uint32_t(offset)) +
+                                 Le32(uint32_t(size)) + Le32(uint32_t(size));
+            Bytes expected(header.begin(), header.end());
             expected.insert(expected.end(), {2, 0xA5, uint8_t(number), uint8_t(segments.size()), 17});
             expected.insert(expected.end(), samples.begin() + offset, samples.begin() + offset + n);
             EXPECT_EQ(Next(message), expected) << "segment " << number;

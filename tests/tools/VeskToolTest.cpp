@@ -23,15 +23,13 @@ protected:
     COSSLinuxFactory m_Factory;
 };
 
-struct UsageCase_T {
-    std::vector<std::string> Args;
-    int Exit;
-    const char* Says;
-};
-
 TEST_F(VeskToolTest, CommandLineErrorsAreNamedWithTheirExitStatus)
 {
-    const UsageCase_T cases[] = {
+    const struct {
+        std::vector<std::string> Args;
+        int Exit;
+        const char* Says;
+    } cases[] = {
         {{}, 2, "usage: vesk COMMAND"},
         {{"frobnicate"}, 2, "unknown command 'frobnicate'"},
         {{"send"}, 2, "what to send is missing"},
@@ -50,7 +48,7 @@ TEST_F(VeskToolTest, CommandLineErrorsAreNamedWithTheirExitStatus)
         {{"db", "set", "LocalBottom", "State=2"}, 2, "LocalBottom takes its ping task's extension"},
         {{"display", "--seconds", "0"}, 2, "--seconds takes"},
     };
-    for (const UsageCase_T& usage : cases) {
+    for (const auto& usage : cases) {
         const ToolRun_T run = RunTool(usage.Args);
         EXPECT_EQ(run.Exit, usage.Exit) << run.Output;
         EXPECT_TRUE(run.Says(usage.Says)) << "expected \"" << usage.Says << "\" in: " << run.Output;
