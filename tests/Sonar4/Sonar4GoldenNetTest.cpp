@@ -23,6 +23,7 @@
 #include "Sonar4/Sonar4MessageTable.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -57,12 +58,7 @@ std::string GoldenPath(const Sonar4MessageRow_T& Row, unsigned Instance)
 
 class Sonar4GoldenNetTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        ASSERT_EQ(std::system("ip link add eth0 type veth peer name eth0-peer && "
-                              "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up"),
-                  0);
-    }
+    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
 
     void SetUp() override
     {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/TestBytes.h"
+#include "tests/support/UnitProcess.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
@@ -55,10 +56,7 @@ TEST(Sonar4MessageTableTest, RowsAreUniqueAndEveryLayoutTilesItsPacket)
 // own network namespace, with an interface holding the unit's address.
 class Sonar4MessageRowTest : public testing::TestWithParam<const Sonar4MessageRow_T*> {
 protected:
-    static void SetUpTestSuite()
-    {
-        ASSERT_EQ(0, std::system("ip link add vt4 type veth peer name vt4p && ip addr add 10.0.0.2/24 dev vt4"));
-    }
+    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();

@@ -16,6 +16,8 @@
 #include "Utilities/LittleEndian.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -25,10 +27,7 @@ constexpr LNET_MESSAGE_ID_T cUnknownId = 0x27010F;
 // interface goes with the test's own network namespace.
 class Sonar4Test : public testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        ASSERT_EQ(0, std::system("ip link add vs4 type veth peer name vs4p && ip addr add 10.0.0.2/24 dev vs4"));
-    }
+    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
     CSandbox m_Sandbox;
@@ -39,13 +38,8 @@ protected:
 // least 8 bytes) and a payload of Fill bytes.
 std::vector<uint8_t> Packet(LNET_MESSAGE_ID_T Id, size_t Size, uint8_t Fill = 0)
 {
-    std::vector<uint8_t> bytes(std::max<size_t>(Size, 16), Fill);
-    LittleEndian::Write<uint32_t>(bytes.data(), Id);
-    LittleEndian::Write<uint32_t>(bytes.data() + 4, static_cast<uint32_t>(Size));
-    LittleEndian::Write<uint32_t>(bytes.data() + 8, 116);
-    LittleEndian::Write<uint32_t>(bytes.data() + 12, 1234);
-    bytes.resize(Size);
-    return bytes;
+    const std::string bytes = HeaderBytes(Id, static_cast<uint32_t>(Size), 116, 1234, Size, static_cast<char>(Fill));
+    return {bytes.begin(), bytes.end()};
 }
 
 TEST_F(Sonar4Test, TheCodecMakesEveryMessageInItsOrderAndBuildsFromTheRecordFiles)

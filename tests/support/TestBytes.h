@@ -12,11 +12,13 @@ inline std::string Le32(uint32_t Value)
     return {char(Value), char(Value >> 8), char(Value >> 16), char(Value >> 24)};
 }
 
-// A packet's header (id, size field, version, serial), cut or zero-padded to Length.
-inline std::string HeaderBytes(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial, size_t Length = 16)
+// A packet's header (id, size field, version, serial), cut to Length or
+// padded with Fill.
+inline std::string HeaderBytes(uint32_t Id, uint32_t Size, uint32_t Version, uint32_t Serial, size_t Length = 16,
+                               char Fill = '\0')
 {
     std::string bytes = Le32(Id) + Le32(Size) + Le32(Version) + Le32(Serial);
-    bytes.resize(Length, '\0');
+    bytes.resize(Length, Fill);
     return bytes;
 }
 
