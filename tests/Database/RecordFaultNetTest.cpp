@@ -12,8 +12,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <type_traits>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -56,15 +54,9 @@ std::string Varied(std::string Defaults, char Flip)
     return Defaults;
 }
 
-// Hands out a message (Received null) or hands one in, as the codec does.
-template <typename M>
-VeskEventCode_T Hand(M& Message, const std::string* Received)
+VeskEventCode_T Hand(ISonar4Message& Message, const std::string* Received)
 {
-    size_t room = 2048;
-    if constexpr (std::is_base_of_v<ISonar4Message, M>) {
-        room = Message.GetPacketSize() + 16;
-    }
-    std::vector<uint8_t> bytes(room);
+    std::vector<uint8_t> bytes(Message.GetPacketSize() + 16);
     Buffer_Bytes_T buffer(bytes.data(), bytes.size());
     if (Received == nullptr) {
         return Message.CreateMessage(&buffer);
@@ -72,38 +64,6 @@ VeskEventCode_T Hand(M& Message, const std::string* Received)
     std::copy(Received->begin(), Received->end(), bytes.begin());
     buffer.size(Received->size());
     return Message.DecodeMessage(&buffer);
-}
-
-template <typename Record>
-Record& As(void* Object)
-{
-    return *static_cast<Record*>(Object);
-}
-
-template <typename Record, typename... Arguments>
-Subject::Object Make(IOSSFactory* pFactory, Arguments... Extra)
-{
-    return Subject::Object(new Record(pFactory, Extra...), [](void* p) { delete static_cast<Record*>(p); });
-}
-
-// What every record of the file pattern offers: its path, its file
-// operations, and recovery by storing and loading again.
-template <typename Record>
-Subject FileRecord(std::string Class, std::function<Subject::Object(IOSSFactory*)> Maker, std::string Stored,
-                   std::function<bool(const std::string&)> IsWhole)
-{
-    return {std::move(Class),
-            std::move(Maker),
-            [](void* Object) { return std::string(As<Record>(Object).GetDBFilePath()); },
-            {{"readDB", [](void* Object) { return As<Record>(Object).readDB(); }},
-             {"writeDB", [](void* Object) { return As<Record>(Object).writeDB(); }},
-             {"CheckForFile", [](void* Object) { return As<Record>(Object).CheckForFile(); }}},
-            [](void* Object) {
-                return As<Record>(Object).writeDB() == SUCCESS ? As<Record>(Object).readDB()
-                                                               : FAILED_TO_WRITE_FILE_CONTENTS;
-            },
-            std::move(Stored),
-            std::move(IsWhole)};
 }
 
 // A binary record, driven directly: every operation of the record pattern.
@@ -117,21 +77,45 @@ Subject BinaryRecord(const char* Class)
     const std::string defaults = CSandbox::ReadFile(record->GetDBFilePath());
     const std::string incoming = Varied(defaults, char(0xA5));
     const size_t size = defaults.size();
-    Subject subject = FileRecord<Record>(Class, [](IOSSFactory* pFactory) { return Make<Record>(pFactory); },
-                                         Varied(defaults, char(0x5A)),
-                                         [size](const std::string& Content) { return Content.size() == size; });
-    subject.Operations.push_back({"CreateMessage", [](void* Object) { return Hand(As<Record>(Object), nullptr); }});
-    subject.Operations.push_back(
-        {"DecodeMessage", [incoming](void* Object) { return Hand(As<Record>(Object), &incoming); }});
-    return subject;
+    auto as = [](void* Object) -> Record& { return *static_cast<Record*>(Object); };
+    auto message = [as, incoming](void* Object, bool Decode) {
+        uint8_t bytes[2048] = {};
+        Buffer_Bytes_T buffer(bytes, sizeof(bytes));
+        if (!Decode) {
+            return as(Object).CreateMessage(&buffer);
+        }
+        std::copy(incoming.begin(), incoming.end(), bytes);
+        buffer.size(incoming.size());
+        return as(Object).DecodeMessage(&buffer);
+    };
+    return {Class,
+            [](IOSSFactory* pFactory) { return Subject::Object(new Record(pFactory), [](void* p) { delete static_cast<Record*>(p); }); },
+            [as](void* Object) { return std::string(as(Object).GetDBFilePath()); },
+            {{"readDB", [as](void* Object) { return as(Object).readDB(); }},
+             {"writeDB", [as](void* Object) { return as(Object).writeDB(); }},
+             {"CheckForFile", [as](void* Object) { return as(Object).CheckForFile(); }},
+             {"CreateMessage", [message](void* Object) { return message(Object, false); }},
+             {"DecodeMessage", [message](void* Object) { return message(Object, true); }}},
+            [as](void* Object) { return as(Object).writeDB() == SUCCESS ? as(Object).readDB() : FAILED_TO_WRITE_FILE_CONTENTS; },
+            Varied(defaults, char(0x5A)),
+            [size](const std::string& Content) { return Content.size() == size; }};
 }
 
 Subject LocalBottomRecord()
 {
     using Record = CDatabaseLocalBottomRecord;
-    return FileRecord<Record>(
-        "CDatabaseLocalBottomRecord", [](IOSSFactory* pFactory) { return Make<Record>(pFactory, "PPT"); }, "1200\n2\n",
-        [](const std::string& Content) { return std::count(Content.begin(), Content.end(), '\n') == 2; });
+    auto as = [](void* Object) -> Record& { return *static_cast<Record*>(Object); };
+    return {"CDatabaseLocalBottomRecord",
+            [](IOSSFactory* pFactory) {
+                return Subject::Object(new Record(pFactory, "PPT"), [](void* p) { delete static_cast<Record*>(p); });
+            },
+            [as](void* Object) { return std::string(as(Object).GetDBFilePath()); },
+            {{"readDB", [as](void* Object) { return as(Object).readDB(); }},
+             {"writeDB", [as](void* Object) { return as(Object).writeDB(); }},
+             {"CheckForFile", [as](void* Object) { return as(Object).CheckForFile(); }}},
+            [as](void* Object) { return as(Object).writeDB() == SUCCESS ? as(Object).readDB() : FAILED_TO_WRITE_FILE_CONTENTS; },
+            "1200\n2\n",
+            [](const std::string& Content) { return std::count(Content.begin(), Content.end(), '\n') == 2; }};
 }
 
 // A row of the codec's message table built on the shared record rules,
