@@ -9,10 +9,35 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "tests/support/FileHolder.h"
 #include "tests/support/Sandbox.h"
+
+namespace {
+
+// Opens Path with each of Flags: every open prints Printed and fails with Error.
+void ExpectOpens(const CSandbox& Sandbox, const std::string& Path, std::initializer_list<int> Flags,
+                 const std::string& Printed, int Error)
+{
+    for (int flags : Flags) {
+        int error = 0;
+        EXPECT_EQ(CaptureStdout(Sandbox / "stdout",
+                                [&] { error = COSSLinuxFile(Path.c_str(), flags, 0600).GetLastError(); }),
+                  Printed)
+            << flags;
+        EXPECT_EQ(error, Error) << flags;
+    }
+}
+
+std::string LockedBy(const std::string& Path, pid_t Holder, int Type)
+{
+    return std::to_string(getpid()) + " COSSLinuxFile::CheckForLock() " + Path + " locked by " +
+           std::to_string(Holder) + " for " + std::to_string(Type) + "\n";
+}
+
+} // namespace
 
 TEST(OSSLinuxFileLockTest, WriteOnlyHolderInAnotherProcessRefusesEveryOpen)
 {
@@ -20,15 +45,7 @@ TEST(OSSLinuxFileLockTest, WriteOnlyHolderInAnotherProcessRefusesEveryOpen)
     const std::string path = sandbox.WriteFile("Record.bin", "data");
     CFileHolder writer(path, O_WRONLY);
     ASSERT_EQ(writer.OpenError(), 0);
-    const std::string lockedBy = std::to_string(getpid()) + " COSSLinuxFile::CheckForLock() " + path + " locked by " +
-                                 std::to_string(writer.Pid()) + " for " + std::to_string(F_WRLCK) + "\n";
-    for (int flags : {O_RDONLY, O_WRONLY, O_RDWR}) {
-        int error = 0;
-        EXPECT_EQ(CaptureStdout(sandbox / "stdout",
-                                [&] { error = COSSLinuxFile(path.c_str(), flags, 0).GetLastError(); }),
-                  lockedBy);
-        EXPECT_EQ(error, -140) << flags;
-    }
+    ExpectOpens(sandbox, path, {O_RDONLY, O_WRONLY, O_RDWR}, LockedBy(path, writer.Pid(), F_WRLCK), -140);
     writer.Release();
     EXPECT_EQ(COSSLinuxFile(path.c_str(), O_RDONLY, 0).GetLastError(), 0) << "the lock went with its holder";
 }
@@ -64,28 +81,12 @@ TEST(OSSLinuxFileLockTest, ForeignReadLockIsNamedOnceAndAMissingFileSaysNothing)
     char locked = 0;
     ASSERT_EQ(read(ready[0], &locked, 1), 1);
     ASSERT_EQ(locked, 1);
-    const std::string lockedBy = std::to_string(getpid()) + " COSSLinuxFile::CheckForLock() " + path + " locked by " +
-                                 std::to_string(holder) + " for " + std::to_string(F_RDLCK) + "\n";
-    for (int flags : {O_RDONLY, O_WRONLY, O_RDWR, O_WRONLY | O_CREAT}) {
-        int error = 0;
-        EXPECT_EQ(CaptureStdout(sandbox / "stdout",
-                                [&] { error = COSSLinuxFile(path.c_str(), flags, 0600).GetLastError(); }),
-                  lockedBy)
-            << flags;
-        EXPECT_EQ(error, -140) << flags;
-    }
+    ExpectOpens(sandbox, path, {O_RDONLY, O_WRONLY, O_RDWR, O_WRONLY | O_CREAT}, LockedBy(path, holder, F_RDLCK), -140);
     close(release[1]);
     ASSERT_EQ(waitpid(holder, nullptr, 0), holder);
     EXPECT_EQ(COSSLinuxFile(path.c_str(), O_WRONLY, 0).GetLastError(), 0) << "the lock went with its holder";
 
-    const std::string missing = sandbox / "missing/Record.bin";
-    for (int flags : {O_RDONLY, O_WRONLY, O_WRONLY | O_CREAT}) {
-        int error = 0;
-        EXPECT_EQ(CaptureStdout(sandbox / "stdout",
-                                [&] { error = COSSLinuxFile(missing.c_str(), flags, 0600).GetLastError(); }),
-                  "");
-        EXPECT_EQ(error, ENOENT) << flags;
-    }
+    ExpectOpens(sandbox, sandbox / "missing/Record.bin", {O_RDONLY, O_WRONLY, O_WRONLY | O_CREAT}, "", ENOENT);
 }
 
 TEST(OSSLinuxFileLockTest, ReadersNeverStopAWriterWhoThenHoldsTheFile)

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -75,11 +76,8 @@ protected:
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(3201);
-        address.sin_addr.s_addr = htonl(INADDR_ANY);
         ASSERT_EQ(bind(m_Receiver, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-        ip_mreq membership{};
-        membership.imr_multiaddr.s_addr = inet_addr("224.0.0.64");
-        membership.imr_interface.s_addr = inet_addr("10.0.0.2");
+        const ip_mreq membership{{inet_addr("224.0.0.64")}, {inet_addr("10.0.0.2")}};
         ASSERT_EQ(setsockopt(m_Receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership)), 0);
     }
 
@@ -109,6 +107,10 @@ protected:
     }
 
     std::string Output() const { return CSandbox::ReadFile(m_Sandbox / "task.out"); }
+    static std::string RecordPath()
+    {
+        return std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin";
+    }
 
     void SendCommand(const std::string& Command)
     {
@@ -146,14 +148,14 @@ protected:
         CDatabaseSystemSettingsMessage settings(&m_Factory);
         settings.SetDepthOffset(Offset);
         Store(settings);
-        CDatabaseLocalBottomRecord secondary(&m_Factory, "SPT");
-        secondary.SetState(SecondaryState);
-        secondary.SetDepth(SecondaryDepth);
-        Store(secondary);
-        CDatabaseLocalBottomRecord primary(&m_Factory, "PPT");
-        primary.SetState(PrimaryState);
-        primary.SetDepth(PrimaryDepth);
-        Store(primary);
+        const auto storeBottom = [this](const char* Name, uint8_t State, int32_t Depth) {
+            CDatabaseLocalBottomRecord bottom(&m_Factory, Name);
+            bottom.SetState(State);
+            bottom.SetDepth(Depth);
+            Store(bottom);
+        };
+        storeBottom("SPT", SecondaryState, SecondaryDepth);
+        storeBottom("PPT", PrimaryState, PrimaryDepth);
     }
 
     // The next datagram, its size in Size; false when none came in time
@@ -201,10 +203,6 @@ protected:
         GTEST_SKIP() << Emulator() << " refuses PR_SET_CHILD_SUBREAPER and IP_MULTICAST_IF";                     \
     }
 
-const std::string cLinePrefix = "MasterBottomTask:";
-// Before the task has named itself, the factory reports as "NoName".
-const std::string cUnnamedPrefix = "6::NoName:";
-
 TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRules)
 {
     SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
@@ -241,43 +239,34 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
 
     // With the inputs steady, every packet is the record file, byte for byte.
     Sonar4MasterBottomRecordPacket last{};
-    size_t lastSize = 0;
+    size_t lastSize;
     ASSERT_TRUE(NextPacket(last, lastSize));
     EXPECT_EQ(lastSize, 22u);
-    const std::string file =
-        CSandbox::ReadFile(std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin");
-    EXPECT_EQ(file, std::string(reinterpret_cast<const char*>(last.data()), sizeof(last)));
+    EXPECT_EQ(CSandbox::ReadFile(RecordPath()), std::string(reinterpret_cast<const char*>(last.data()), sizeof(last)));
     EXPECT_EQ(last.GetMessageID(), 0x270108u);
     EXPECT_EQ(last.GetSerialNumber(), 1234u);
 
     EXPECT_EQ(Output().find("3::"), std::string::npos) << Output();
 }
 
-TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilently)
+// An answered command leaves no event; one the task does not serve does.
+TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilentlyAndReportsCommandsItDoesNotServe)
 {
     SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     ASSERT_EQ(Launch(), 0) << Output();
     const std::string before = Output();
     SendCommand("Are You Alive?");
-    const std::string ack = cLinePrefix + "ACK_MasterBottomTask" + std::string(1, '\0');
+    const std::string ack = "MasterBottomTask:ACK_MasterBottomTask" + std::string(1, '\0');
     std::string received;
     for (const auto deadline = Clock::now() + cPatience; received.size() < ack.size() && Clock::now() < deadline;) {
         received += m_ErrorHandler->Drain();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    EXPECT_EQ(Output(), before) << "no event for an answered command";
-    SendCommand("Shutdown");
-    ASSERT_EQ(WaitForTaskExit(), 0);
-    EXPECT_EQ(received + m_ErrorHandler->Drain(), ack);
-}
-
-TEST_F(MasterBottomTaskNetTest, ReportsCommandsItDoesNotServe)
-{
-    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
-    ASSERT_EQ(Launch(), 0) << Output();
+    EXPECT_EQ(Output(), before);
     SendCommand("UpdateSystemSettings");
     SendCommand("Shutdown");
     ASSERT_EQ(WaitForTaskExit(), 0);
+    EXPECT_EQ(received + m_ErrorHandler->Drain(), ack);
     const std::string output = Output();
     EXPECT_NE(output.find("3::MasterBottomTask:PIPE_COMMAND_UNKNOWN (-127) @ "), std::string::npos) << output;
     EXPECT_NE(output.find(" in MasterBottomTask::Start because Command decode Unknown (OptDebug Build)\n"),
@@ -329,10 +318,9 @@ TEST_F(MasterBottomTaskNetTest, AWriterHoldingTheRecordIsNoError)
     ASSERT_TRUE(ReceiveMasterBottom(2000, 0));
 
     // The task itself holds the file for a moment on every turn.
-    const std::string record = std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin";
     std::unique_ptr<CFileHolder> writer;
     do {
-        writer.reset(new CFileHolder(record, O_WRONLY));
+        writer.reset(new CFileHolder(RecordPath(), O_WRONLY));
     } while (writer->OpenError() == FILE_ACCESS_DENIED);
     ASSERT_EQ(writer->OpenError(), 0);
     // The task keeps turning while the record is held: the other bottoms
@@ -404,17 +392,13 @@ TEST_F(MasterBottomTaskNetTest, ASteadyTurnMakesAtMostThirtySystemCalls)
     }
     ASSERT_GE(turns.size(), 300u);
     // The first turns make the files; the last one reads "Shutdown".
-    size_t worst = 50;
-    for (size_t turn = 50; turn + 50 < turns.size(); ++turn) {
-        if (turns[turn].size() > turns[worst].size()) {
-            worst = turn;
-        }
-    }
+    const auto worst = std::max_element(turns.begin() + 50, turns.end() - 50,
+                                        [](const auto& A, const auto& B) { return A.size() < B.size(); });
     std::string listing;
-    for (const std::string& call : turns[worst]) {
+    for (const std::string& call : *worst) {
         listing += call.substr(0, call.find('(')) + " ";
     }
-    EXPECT_LE(turns[worst].size(), 30u) << listing;
+    EXPECT_LE(worst->size(), 30u) << listing;
     EXPECT_NE(listing.find("sendto"), std::string::npos) << listing;
 }
 
@@ -423,7 +407,8 @@ TEST_F(MasterBottomTaskNetTest, OtherProductsNeedNoMasterBottomTask)
     m_Sandbox.SetEnv("PRODUCT_ID", std::getenv("PRODUCT_ID_ORVA1"));
     EXPECT_EQ(Launch(), 0);
     EXPECT_EQ(m_TaskPid, -1);
-    EXPECT_NE(Output().find(cUnnamedPrefix + "SUCCESS (0) @ "), std::string::npos);
+    // Before the task has named itself, the factory reports as "NoName".
+    EXPECT_NE(Output().find("6::NoName:SUCCESS (0) @ "), std::string::npos);
     EXPECT_NE(Output().find(" in MasterBottomTask main() because NO NEED TO LAUNCH MASTERBOTTOM TASK ON THIS "
                             "SOUNDER  (OptDebug Build)\n"),
               std::string::npos)
