@@ -24,6 +24,13 @@ top=$(cd "$(dirname "$0")/.." && pwd)
 minutes=${1:?usage: tools/soak.sh MINUTES}
 build=${VESK_BUILD:-$top/build/release}
 
+# A cross build's task runs under a user-mode emulator that refuses
+# IP_MULTICAST_IF: it cannot start, so there is nothing to soak (77: skipped).
+if [ -n "${VESK_EMULATOR:-}" ]; then
+    echo "[soak] skipped: $VESK_EMULATOR refuses IP_MULTICAST_IF, the task cannot start under it"
+    exit 77
+fi
+
 if [ -z "${VESK_SOAK_NETNS:-}" ]; then
     if [ ! -x "$build/MasterBottomTask" ] || [ ! -x "$build/tools/vesk" ]; then
         if [ ! -f "$build/build.ninja" ]; then
