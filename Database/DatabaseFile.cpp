@@ -112,9 +112,39 @@ std::unique_ptr<IOSSFile> CDatabaseFile::OpenForStore(VeskEventCode_T& Result) c
     return Open(O_WRONLY | O_CREAT | O_NONBLOCK, 0640, Result);
 }
 
-std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result)
+std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result, Buffer_Bytes_T& First,
+                                                     int& FirstError)
 {
+    const size_t room = First.size();
+    First.size(0);
+    FirstError = 0;
     if (m_FileDescription.LoadChecksForFile) {
+        // Nearly every load finds its file in place, and the loop loads
+        // several every turn: the file is opened (O_NOFOLLOW: a link in its
+        // place is no record file) and read at once, without a look at the
+        // name first. The name is looked at only when that does not work,
+        // and a load then ends as it would have after the look: what is no
+        // regular file (nothing, a link, a directory, a FIFO) goes the
+        // missing file's way; a regular file's failed open, failed read or
+        // empty text is the load's own. (A device node at the name is read
+        // for what it gives.)
+        std::unique_ptr<IOSSFile> file = Open(O_RDONLY | O_NONBLOCK | O_NOFOLLOW, 0, Result);
+        if (file) {
+            First.size(room);
+            const bool read = file->Read(&First);
+            if (read && First.size() > 0) {
+                return file;
+            }
+            First.size(0);
+            if (FileExists()) {
+                // An interrupted read is the load's to try again.
+                FirstError = read || file->GetLastError() == EINTR ? 0 : file->GetLastError();
+                return file;
+            }
+            file.reset();
+        } else if (FileExists()) {
+            return nullptr;
+        }
         Result = CheckForFile();
         if (Result != SUCCESS) {
             return nullptr;
@@ -129,11 +159,12 @@ namespace {
 // file may move fewer bytes than asked (a signal, a file system near full)
 // and still take the rest. An interrupted call is tried again; any other
 // failure, or a call that moves nothing (the end of the file), stops it.
-// The count moved; Failed tells a failure from an early end.
-size_t TransferAll(IOSSFile& File, uint8_t* Bytes, size_t Size, bool Write, bool& Failed)
+// The first Done bytes were moved before. The count moved, those included;
+// Failed tells a failure from an early end.
+size_t TransferAll(IOSSFile& File, uint8_t* Bytes, size_t Size, bool Write, bool& Failed, size_t Done = 0)
 {
     constexpr int cMaxInterruptions = 8;
-    size_t moved = 0;
+    size_t moved = Done;
     int interruptions = 0;
     Failed = false;
     while (moved < Size) {
@@ -172,10 +203,11 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
     return FAILED_TO_WRITE_FILE_CONTENTS;
 }
 
-VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const
+VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed,
+                                         const Buffer_Bytes_T& First, int FirstError) const
 {
-    bool failed;
-    if (TransferAll(File, Bytes, Size, false, failed) == Size) {
+    bool failed = FirstError != 0;
+    if (!failed && TransferAll(File, Bytes, Size, false, failed, First.size()) == Size) {
         return SUCCESS;
     }
     const std::string where = Where("::", "readDB");

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "Utilities/ByteBuffer.h"
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/VeskEventCode.h"
 
@@ -96,7 +97,10 @@ protected:
     // so that a failed write cannot leave an empty file behind.
     std::unique_ptr<IOSSFile> OpenForStore(VeskEventCode_T& Result) const;
     // Opened for a load, after CheckForFile has recreated a missing file.
-    std::unique_ptr<IOSSFile> OpenForLoad(VeskEventCode_T& Result);
+    // First is the room for the load's first read: on return it holds what
+    // that read gave (nothing: the load reads from the start itself), or
+    // FirstError is the errno of its failure, the load's own failure.
+    std::unique_ptr<IOSSFile> OpenForLoad(VeskEventCode_T& Result, Buffer_Bytes_T& First, int& FirstError);
 
     // Writes the Size bytes in place and cuts the file after them (it may
     // have been longer) only once they are all written. A failed or short
@@ -105,9 +109,12 @@ protected:
     // file shorter than it was.
     VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
                                const char* Operation = "writeDB") const;
-    // Reads exactly Size bytes. A failed read is reported with WhyFailed;
-    // a short file is also reported and removed: -141.
-    VeskEventCode_T LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed) const;
+    // Reads exactly Size bytes into Bytes, where OpenForLoad's First and
+    // FirstError tell how its read of their start went. A failed read is
+    // reported with WhyFailed; a short file is also reported and removed:
+    // -141.
+    VeskEventCode_T LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t Size, const char* WhyFailed,
+                              const Buffer_Bytes_T& First, int FirstError) const;
 
     // After a failed store: removes the file when it is shorter than Size
     // (it held no record before the store either).

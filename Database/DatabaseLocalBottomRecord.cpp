@@ -55,14 +55,17 @@ VeskEventCode_T CDatabaseLocalBottomRecord::writeDB()
 VeskEventCode_T CDatabaseLocalBottomRecord::readDB()
 {
     VeskEventCode_T result;
-    const std::unique_ptr<IOSSFile> file = OpenForLoad(result);
+    uint8_t firstBytes[CTextScanner::cChunkSize];
+    Buffer_Bytes_T first(firstBytes, sizeof(firstBytes));
+    int firstError;
+    const std::unique_ptr<IOSSFile> file = OpenForLoad(result, first, firstError);
     if (!file) {
         return result;
     }
     // Scanned straight from the file's bytes, as its stream would scan
     // them: the loop reads both bottoms every turn, and a stream would cost
     // memory and a read past the few bytes the file holds.
-    CTextScanner text(*file);
+    CTextScanner text(*file, first, firstError);
     // Each value is kept as soon as it is read, so a file cut short still
     // yields what it has.
     int depth = m_Depth;

@@ -108,15 +108,18 @@ VeskEventCode_T CDatabaseRecord::writeDB()
 
 VeskEventCode_T CDatabaseRecord::readDB()
 {
-    VeskEventCode_T result;
-    const std::unique_ptr<IOSSFile> file = OpenForLoad(result);
-    if (!file) {
-        return result;
-    }
     // Loaded aside: a rejected or short file leaves the packet as it was.
     uint8_t* const loaded = m_pLoaded;
     InitialisePacket(loaded);
-    if (const VeskEventCode_T failed = LoadBytes(*file, loaded, m_PacketSize, m_Description.ReadFailedWhy)) {
+    VeskEventCode_T result;
+    Buffer_Bytes_T first(loaded, m_PacketSize);
+    int firstError;
+    const std::unique_ptr<IOSSFile> file = OpenForLoad(result, first, firstError);
+    if (!file) {
+        return result;
+    }
+    if (const VeskEventCode_T failed =
+            LoadBytes(*file, loaded, m_PacketSize, m_Description.ReadFailedWhy, first, firstError)) {
         return failed;
     }
 

@@ -200,15 +200,17 @@ VeskEventCode_T CDatabaseServiceInfoMessage::readDB()
     const IPPort32_T rememberedDataPort = GetDataPort();
     const IPPort32_T rememberedControlPort = GetControlPort();
 
-    VeskEventCode_T result = SUCCESS;
-    const std::unique_ptr<IOSSFile> file = OpenForLoad(result);
-    if (!file) {
-        return result;
-    }
     // Read straight into the packet: a short file leaves the bytes it had
     // in memory, over the rest of the packet as it was. Other units behave
     // so; the short file is removed and the next load recreates it.
-    result = LoadBytes(*file, m_ServiceInfo.data(), cPacketSize, "Failed to read contents");
+    VeskEventCode_T result = SUCCESS;
+    Buffer_Bytes_T first(m_ServiceInfo.data(), cPacketSize);
+    int firstError;
+    const std::unique_ptr<IOSSFile> file = OpenForLoad(result, first, firstError);
+    if (!file) {
+        return result;
+    }
+    result = LoadBytes(*file, m_ServiceInfo.data(), cPacketSize, "Failed to read contents", first, firstError);
     if (result != SUCCESS) {
         return result;
     }

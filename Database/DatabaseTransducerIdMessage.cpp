@@ -167,14 +167,17 @@ VeskEventCode_T CDatabaseTransducerIdMessage::writeDB()
 
 VeskEventCode_T CDatabaseTransducerIdMessage::readDB()
 {
+    // Loaded aside: a short file leaves the record as it was.
+    TransducerId_T loaded{};
     VeskEventCode_T result;
-    const std::unique_ptr<IOSSFile> file = OpenForLoad(result);
+    Buffer_Bytes_T first(loaded.data(), cTransducerIdSize);
+    int firstError;
+    const std::unique_ptr<IOSSFile> file = OpenForLoad(result, first, firstError);
     if (!file) {
         return result;
     }
-    // Loaded aside: a short file leaves the record as it was.
-    TransducerId_T loaded{};
-    if (const VeskEventCode_T failed = LoadBytes(*file, loaded.data(), cTransducerIdSize, "Failed to read contents")) {
+    if (const VeskEventCode_T failed =
+            LoadBytes(*file, loaded.data(), cTransducerIdSize, "Failed to read contents", first, firstError)) {
         return failed;
     }
     m_TransducerId = loaded;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstring>
 
 #include "Utilities/VeskAssert.h"
 
@@ -19,6 +20,19 @@ bool IsDigit(int Character)
 }
 
 } // namespace
+
+CTextScanner::CTextScanner(IOSSFile& File, const Buffer_Bytes_T& First, int FirstError) : m_File(File)
+{
+    VESK_ASSERT(First.size() <= sizeof(m_Text));
+    if (FirstError != 0) {
+        m_ReadError = FirstError;
+        m_AtEnd = true;
+    } else if (First.size() > 0) {
+        std::memcpy(m_Text, First.ptr(), First.size());
+        m_Size = First.size();
+        m_AtEnd = m_Size < sizeof(m_Text);
+    }
+}
 
 int CTextScanner::Peek()
 {

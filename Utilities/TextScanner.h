@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Utilities/ByteBuffer.h"
 #include "Utilities/IOSSFile.h"
 #include "Utilities/VeskTypes.h"
 
@@ -20,7 +21,14 @@
 // a read failed (its errno is then the error).
 class CTextScanner {
 public:
+    // The text is read in chunks of this size.
+    static constexpr size_t cChunkSize = 64;
+
     explicit CTextScanner(IOSSFile& File) : m_File(File) {}
+    // Text whose first chunk was read already: First holds what that read
+    // gave (nothing: the scanner makes the first read itself), or
+    // FirstError the errno of its failure.
+    CTextScanner(IOSSFile& File, const Buffer_Bytes_T& First, int FirstError);
     CTextScanner(const CTextScanner&) = delete;
     CTextScanner& operator=(const CTextScanner&) = delete;
 
@@ -56,7 +64,7 @@ private:
     void SkipBlanks();
 
     IOSSFile& m_File;
-    uint8_t m_Text[64] = {};
+    uint8_t m_Text[cChunkSize] = {};
     size_t m_Size = 0;
     size_t m_Next = 0;
     bool m_AtEnd = false;

@@ -1,3 +1,7 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -29,4 +33,30 @@ TEST(DatabaseLocalBottomRecordTest, EachPingTaskKeepsItsBottomInATextFileOfItsOw
     EXPECT_EQ(secondary.GetDepth(), 4711);
     EXPECT_EQ(secondary.GetState(), 2);
     EXPECT_TRUE(factory.m_Events.empty());
+}
+
+// A directory at the name is no bottom file: the bottom goes back to none
+// (and storing that fails). An empty file holds no new bottom: the one
+// read before stands.
+TEST(DatabaseLocalBottomRecordTest, ADirectoryOrAnEmptyFileIsNoBottom)
+{
+    CSandbox sandbox;
+    sandbox.SetUnitEnvironment();
+    CRecordingFactory factory;
+    CDatabaseLocalBottomRecord primary(&factory, "PPT");
+    sandbox.WriteFile("nonpersisted/LocalBottomStatePPT.txt", "1200\n2\n");
+    ASSERT_EQ(primary.readDB(), SUCCESS);
+
+    sandbox.WriteFile("nonpersisted/LocalBottomStatePPT.txt", "");
+    EXPECT_EQ(primary.readDB(), SUCCESS);
+    EXPECT_EQ(primary.GetDepth(), 1200);
+
+    ASSERT_EQ(unlink(primary.GetDBFilePath()), 0);
+    ASSERT_EQ(mkdir(primary.GetDBFilePath(), 0755), 0);
+    EXPECT_EQ(primary.readDB(), EISDIR);
+    EXPECT_EQ(primary.GetDepth(), INT32_MIN);
+    EXPECT_EQ(primary.GetState(), 0);
+    ASSERT_EQ(factory.m_Events.size(), 1u);
+    EXPECT_EQ(factory.m_Events[0].Why, "failed to write to DB");
+    rmdir(primary.GetDBFilePath());
 }

@@ -1,6 +1,7 @@
 // Behaviour every binary record shares, proven once over each record, plus
 // the few fields particular records give names to.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -137,6 +138,47 @@ TEST_F(DatabaseRecordTest, ShortOrForeignFileIsReportedRemovedAndRecreatedAtTheN
         EXPECT_EQ(record.readDB(), SUCCESS);
         EXPECT_EQ(FileBytes(), defaults);
     }
+}
+
+// Only a regular file of the record's name is its file: anything else there
+// is treated as no file (the defaults are stored, and the store fails on a
+// directory or a FIFO nobody reads), and an empty file is a short one.
+TEST_F(DatabaseRecordTest, WhatIsNoRegularFileAtTheNameIsNoRecordFile)
+{
+    Record record(&m_Factory);
+    record.SetMasterDepth(777);
+    ASSERT_EQ(record.writeDB(), SUCCESS);
+    const std::string stored = FileBytes();
+    const std::string elsewhere = m_Sandbox / "elsewhere.bin";
+    m_Sandbox.WriteFile("elsewhere.bin", stored);
+    std::remove(Path().c_str());
+
+    ASSERT_EQ(mkdir(Path().c_str(), 0755), 0);
+    EXPECT_EQ(record.readDB(), EISDIR);
+    EXPECT_EQ(TakeWhys(" CheckForFile"), std::vector<std::string>{"failed to write to DB"});
+    EXPECT_NE(record.GetMasterDepth(), 777);
+    ASSERT_EQ(rmdir(Path().c_str()), 0);
+
+    record.SetMasterDepth(777);
+    ASSERT_EQ(mkfifo(Path().c_str(), 0644), 0);
+    EXPECT_EQ(record.readDB(), ENXIO);
+    EXPECT_EQ(TakeWhys(" CheckForFile"), std::vector<std::string>{"failed to write to DB"});
+    EXPECT_NE(record.GetMasterDepth(), 777);
+    std::remove(Path().c_str());
+
+    // A link to a whole record is replaced by nothing of its own: the
+    // defaults go where the link points.
+    ASSERT_EQ(symlink(elsewhere.c_str(), Path().c_str()), 0);
+    EXPECT_EQ(record.readDB(), SUCCESS);
+    EXPECT_NE(record.GetMasterDepth(), 777);
+    EXPECT_NE(CSandbox::ReadFile(elsewhere), stored);
+    std::remove(Path().c_str());
+
+    WriteFileBytes("");
+    EXPECT_EQ(record.readDB(), FAILED_TO_READ_FILE_CONTENTS);
+    EXPECT_EQ(TakeWhys("::readDB"),
+              (std::vector<std::string>{"Failed to read contents", "Removing File Possible Old Version Of Sonar 4 "}));
+    EXPECT_FALSE(CSandbox::Exists(Path()));
 }
 
 TEST_F(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
