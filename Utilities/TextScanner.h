@@ -10,7 +10,7 @@
 
 // Decimal values read from a file's text with the same results as the
 // file's typed stream reads ("%d " and "%u "), without a stream: the text
-// is taken with the file's own Read, 64 bytes at a time, and a read that
+// is taken with the file's own Read, a chunk at a time, and a read that
 // returns less than asked for is taken as the end of the text. A short text
 // file therefore costs one read and no memory beyond this object.
 //
@@ -21,8 +21,9 @@
 // a read failed (its errno is then the error).
 class CTextScanner {
 public:
-    // The text is read in chunks of this size.
-    static constexpr size_t cChunkSize = 64;
+    // The text is read in chunks of this size: a page, as a stream reads
+    // it, so that even megabytes of blanks cost few reads.
+    static constexpr size_t cChunkSize = 4096;
 
     explicit CTextScanner(IOSSFile& File) : m_File(File) {}
     // Text whose first chunk was read already: First holds what that read

@@ -64,7 +64,7 @@ TEST(TextScannerTest, ReadsEveryTextAsTheStreamReadsDoWithOneReadForAShortFile)
         {"abc 2", 1}, {"-\n5", 1}, {"+ 5", 1}, {"+7 -1", 1}, {"12abc 3", 1}, {"0x10 2", 1}, {"007 0008", 1},
         {"4294967297 258", 1}, {"-2147483649 -5", 1}, {"99999999999999999999 1", 1}, {"-99999999999999999999", 1},
         {"5 18446744073709551616", 1}, {"1 -18446744073709551615", 1}, {std::string("1\0 2", 4), 1}, {"\x80 3", 1},
-        {std::string(100, ' ') + "42 7\n", 2}, {std::string(64, '7'), 2},
+        {std::string(CTextScanner::cChunkSize + 100, ' ') + "42 7\n", 2}, {std::string(CTextScanner::cChunkSize, '7'), 2},
     };
     const auto expectSameAsStream = [](const std::string& Path, int Reads, const std::string& What) {
         for (const int errnoBefore : {0, EINTR}) {
