@@ -2,14 +2,18 @@
 // any text at all, of any length.
 //
 // Long texts come from short inputs: an input that starts with 0xFF is a
-// pattern, repeated 2 to the power of its next byte (modulo 24) times, at
-// most 8 MB in all, so that megabytes of digits or blanks cost a seed of a
-// few bytes, the fuzzer can still vary them, and most lengths stay cheap. The text is parsed inside the C
-// library, where the fuzzer sees no coverage: the lengths must be tried.
+// pattern, repeated 2^n times, at most 8 MB in all, so that megabytes of
+// digits or blanks cost a seed of a few bytes and the fuzzer can still vary
+// them. The next byte gives n: 0xE8 to 0xFF give 0 to 23, any other byte
+// its value modulo 12, so that most inputs stay short (a megabyte text
+// costs the fuzzer milliseconds). The lengths must be tried: how the text
+// is cut into reads decides what the scanner sees.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <string>
+#include <vector>
 
 #include "Database/DatabaseLocalBottomRecord.h"
 #include "fuzz/FuzzUnit.h"
@@ -18,26 +22,33 @@ namespace {
 
 constexpr uint8_t cPatternMark = 0xFF;
 constexpr size_t cMaxText = 8u << 20;
+constexpr uint8_t cLongTexts = 0xE8;
+constexpr size_t cChunkSize = 1u << 20;
 
-std::string Text(const uint8_t* Data, size_t Size)
+// Writes the text the input stands for to Path. A long text is written a
+// chunk of whole patterns at a time, never built in memory: its pages would
+// cost more than everything else the input does.
+void WriteText(const std::string& Path, const uint8_t* Data, size_t Size)
 {
     if (Size < 3 || Data[0] != cPatternMark) {
-        return std::string(reinterpret_cast<const char*>(Data), Size);
+        FuzzUnit::WriteFile(Path, Data, Size);
+        return;
     }
-    const size_t repeats = size_t{1} << (Data[1] % 24);
-    const std::string pattern(reinterpret_cast<const char*>(Data + 2), Size - 2);
-    if (pattern.empty()) {
-        return pattern;
+    const unsigned exponent = Data[1] >= cLongTexts ? Data[1] - cLongTexts : Data[1] % 12u;
+    const char* const pattern = reinterpret_cast<const char*>(Data + 2);
+    const size_t patternSize = Size - 2;
+    size_t left = std::min(size_t{1} << exponent, cMaxText / patternSize) * patternSize;
+
+    static std::vector<char> chunk(cChunkSize);
+    const size_t chunkSize = std::min(left, cChunkSize / patternSize * patternSize);
+    for (size_t at = 0; at < chunkSize; at += patternSize) {
+        std::copy(pattern, pattern + patternSize, chunk.begin() + static_cast<std::ptrdiff_t>(at));
     }
-    const size_t length = std::min(repeats, cMaxText / pattern.size()) * pattern.size();
-    // Doubling: a few large copies rather than millions of small ones.
-    std::string text = pattern;
-    text.reserve(length);
-    while (text.size() * 2 <= length) {
-        text += text;
+    std::ofstream out(Path, std::ios::binary | std::ios::trunc);
+    for (; left > 0 && out; left -= std::min(left, chunkSize)) {
+        out.write(chunk.data(), static_cast<std::streamsize>(std::min(left, chunkSize)));
     }
-    text.append(text, 0, length - text.size());
-    return text;
+    FuzzUnit::Require(static_cast<bool>(out), "the text could not be written");
 }
 
 } // namespace
@@ -52,8 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 {
     static CDatabaseLocalBottomRecord record(FuzzUnit::Factory(), "PPT");
 
-    const std::string text = Text(Data, Size);
-    FuzzUnit::WriteFile(record.GetDBFilePath(), text.data(), text.size());
+    WriteText(record.GetDBFilePath(), Data, Size);
     record.readDB();
 
     // Whatever was read, storing it and reading it back gives the same bottom.
