@@ -39,7 +39,8 @@ CDatabaseFile::CDatabaseFile(IOSSFactory* pFactory, const DatabaseFileDescriptio
       m_FileDescription(Description),
       m_Directory(DirectoryOf(pFactory, Description.DirectoryVariable)),
       m_FileName(FileName),
-      m_DatabaseFilePath(BuildPath(m_Directory, m_FileName))
+      m_DatabaseFilePath(BuildPath(m_Directory, m_FileName)),
+      m_NameCanExist(!m_Directory.empty() && m_FileName.find('/') == std::string::npos)
 {
 }
 
@@ -124,11 +125,16 @@ std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result, Bu
         // place is no record file) and read at once, without a look at the
         // name first. The name is looked at only when that does not work,
         // and a load then ends as it would have after the look: what is no
-        // regular file (nothing, a link, a directory, a FIFO) goes the
+        // regular file (nothing, a link, a directory, an idle FIFO) goes the
         // missing file's way; a regular file's failed open, failed read or
-        // empty text is the load's own. (A device node at the name is read
-        // for what it gives.)
-        std::unique_ptr<IOSSFile> file = Open(O_RDONLY | O_NONBLOCK | O_NOFOLLOW, 0, Result);
+        // empty text is the load's own. (A device node, or a FIFO another
+        // process is writing into, is read for what it gives.) A name the
+        // look never finds (no directory name, a slash in the file name)
+        // goes that way at once.
+        std::unique_ptr<IOSSFile> file;
+        if (m_NameCanExist) {
+            file = Open(O_RDONLY | O_NONBLOCK | O_NOFOLLOW, 0, Result);
+        }
         if (file) {
             First.size(room);
             const bool read = file->Read(&First);

@@ -137,6 +137,9 @@ private:
     const std::string m_Directory;
     const std::string m_FileName;
     const std::string m_DatabaseFilePath;
+    // False when the existence check can never find the file: no directory
+    // name, or a slash in the file name (an extension from the environment).
+    const bool m_NameCanExist;
     VeskEventCode_T m_LastError = SUCCESS;
     uint32_t m_SerialNumber = 0;
 };

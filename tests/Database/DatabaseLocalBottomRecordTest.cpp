@@ -59,4 +59,13 @@ TEST(DatabaseLocalBottomRecordTest, ADirectoryOrAnEmptyFileIsNoBottom)
     ASSERT_EQ(factory.m_Events.size(), 1u);
     EXPECT_EQ(factory.m_Events[0].Why, "failed to write to DB");
     rmdir(primary.GetDBFilePath());
+
+    // An extension with a slash names no file of the directory, even where
+    // the path leads to one: the bottom is none, stored over it.
+    sandbox.MakeDir("nonpersisted/LocalBottomState");
+    sandbox.WriteFile("nonpersisted/elsewhere.txt", "55\n2\n");
+    CDatabaseLocalBottomRecord astray(&factory, "/../elsewhere");
+    sandbox.WriteFile("nonpersisted/elsewhere.txt", "55\n2\n");
+    EXPECT_EQ(astray.readDB(), SUCCESS);
+    EXPECT_EQ(astray.GetDepth(), INT32_MIN);
 }
