@@ -17,7 +17,6 @@
 #include "Database/DatabaseUnitInfoMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
-#include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
@@ -59,35 +58,6 @@ protected:
     CSandbox m_Sandbox;
     CRecordingFactory m_Factory;
 };
-
-// Default payloads (hex) written when a file is missing; the golden packet
-// test holds the plain ones, these are the records' worked-out ones.
-TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
-{
-    const std::string zeros60 = Hex(std::string(60, '\0'));
-    const std::tuple<std::string, std::string, std::string> cases[] = {
-        // Index, enabled, channel, 200 kHz, 100 us, 100 %, 100 m, 100 ms.
-        {"ping parameters 0", CDatabasePingParametersMessage(&m_Factory, 0).GetDBFilePath(),
-         "00 00 00 00 00 01 00 D0 07 64 00 64 10 27 00 00 64 00 " + zeros60},
-        // Disabled, secondary channel: 50 kHz, 400 us, 100 %, 300 m, 200 ms.
-        {"ping parameters 31", CDatabasePingParametersMessage(&m_Factory, 31).GetDBFilePath(),
-         "00 00 00 00 1F 00 01 F4 01 90 01 64 30 75 00 00 C8 00 " + zeros60},
-        // 10.0.0.2, family 9, "P121XX" (the sandbox's product id).
-        {"unit info", CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002).GetDBFilePath(),
-         "0A 00 00 02 09 00 50 31 32 31 58 58 " + Hex(std::string(26, '\0'))},
-        {"system limits", CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(),
-         "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"},
-        {"master bottom", Record(&m_Factory).GetDBFilePath(), "00 00 00 00 80 00"},
-        // One transducer fitted, its entry not yet filled in.
-        {"transducers fitted", CDatabaseTransducersFittedMessage(&m_Factory).GetDBFilePath(),
-         "01 " + Hex(std::string(40, '\0'))},
-    };
-    for (const auto& [name, path, payload] : cases) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(Hex(CSandbox::ReadFile(path).substr(16)), payload);
-    }
-    EXPECT_TRUE(m_Factory.m_Events.empty());
-}
 
 TEST_F(DatabaseRecordTest, RecordsWithInstancesHaveTheirOwnFilesAndAddresses)
 {
@@ -249,7 +219,11 @@ TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndNamedFieldsSitAtTheir
     ASSERT_EQ(record.writeDB(), SUCCESS);
     EXPECT_EQ(Hex(FileBytes().substr(16)), "00 FF FF FF FF 02");
 
+    // The maximum depth is 304800 cm unless the unit's environment says otherwise.
+    const std::string limits = CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath();
+    EXPECT_EQ(Hex(CSandbox::ReadFile(limits).substr(45)), "A0 A6 04 00");
+    std::remove(limits.c_str());
     m_Sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", "20000");
-    const std::string limits = CSandbox::ReadFile(CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath());
-    EXPECT_EQ(Hex(limits.substr(45)), "20 4E 00 00");
+    CDatabaseSystemLimitsMessage{&m_Factory};
+    EXPECT_EQ(Hex(CSandbox::ReadFile(limits).substr(45)), "20 4E 00 00");
 }

@@ -1,6 +1,5 @@
-// The identification record: selection, merging, validation, and the
-// impedance graphs with the figures other tasks compare against. Expected
-// values are worked out by hand beside the cases.
+// The identification record and its impedance graphs; expected values are
+// worked out by hand beside the cases.
 #include <cstring>
 #include <string>
 #include <tuple>
@@ -313,8 +312,6 @@ TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
     EXPECT_DEATH(record.SetTransducerId(nullptr), HasSubstr("XIDBytes cant be Null"));
     EXPECT_DEATH(record.SetTransducerId(nullptr, &ok), HasSubstr("XIDBytes1 cant be Null"));
     EXPECT_DEATH(record.SetTransducerId(&ok, nullptr), HasSubstr("XIDBytes2 cant be Null"));
-    EXPECT_DEATH(record.MergeXids(&ok, &shorter), HasSubstr("wrong size"));
-    EXPECT_DEATH(record.MergeXids(&ok, nullptr), HasSubstr("XIDBytes cant be Null"));
 
     const std::string autoText = "Can't select Auto, should call SetTransducerId() with the XID bytes";
     EXPECT_DEATH(record.SelectDepthTransducerId(254), HasSubstr(autoText));

@@ -57,8 +57,7 @@ TEST_F(Sonar4Test, TheCodecMakesEveryMessageInItsOrderAndBuildsFromTheRecordFile
     }
     EXPECT_EQ(made, order);
 
-    // Each message builds from its record file (every record's own packet
-    // size is proven over the table in Sonar4MessageTableNetTest).
+    // Each message builds from its record file.
     CSonar4 codec(&m_Factory);
     std::vector<uint8_t> bytes(1500, 0xEE);
     Buffer_Bytes_T buffer(bytes.data(), bytes.size());
@@ -67,8 +66,6 @@ TEST_F(Sonar4Test, TheCodecMakesEveryMessageInItsOrderAndBuildsFromTheRecordFile
     EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "nonpersisted/MasterBottomRecord.bin"),
               std::string(bytes.begin(), bytes.begin() + buffer.size()));
     EXPECT_EQ(1u, codec.GetConstructedCount(Message_Id_Sonar4_Master_Bottom_Record));
-    EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "pingparameters/PingParameters31.bin").size(), 94u);
-    EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "nonpersisted/SystemStatus.bin").size(), 1063u);
 }
 
 TEST_F(Sonar4Test, PingParametersAreBuiltByWalkingTheConfigurationsAndReceivedByTheirIndex)
@@ -174,10 +171,6 @@ TEST_F(Sonar4Test, PingDataIsHandedOutASegmentPerCallUntilAnEmptyOne)
         Buffer_Bytes_T out(bytes.data(), bytes.size());
         ASSERT_EQ(SUCCESS, codec.PingDataTok(&out, call == 0 ? &pingData : &continued, 9, 1, 3));
         sizes.push_back(out.size());
-        if (out.size() != 0) {
-            EXPECT_EQ(call, bytes[34]) << "segment number";
-            EXPECT_EQ(3, bytes[35]) << "segment count";
-        }
     }
     EXPECT_EQ(sizes, (std::vector<size_t>{1469, 1469, 173, 0}));
     EXPECT_EQ(4u, codec.GetConstructedCount(Message_Id_Sonar4_Ping_Data));

@@ -23,6 +23,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "Database/DatabaseLocalBottomRecord.h"
@@ -212,29 +213,21 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
 
     // The rules themselves are proven on their own; here every kind of input
     // must reach the broadcast through the files.
-    struct Row {
-        uint8_t Ss;
-        int32_t Ds;
-        uint8_t Sp;
-        int32_t Dp;
-        int32_t Offset;
-    };
-    std::vector<Row> rows;
+    std::vector<std::tuple<uint8_t, int32_t, uint8_t, int32_t, int32_t>> rows;
     for (const int32_t offset : {-300, 0, 250}) {
         for (const uint8_t ss : {0, 1, 2}) {
             for (const uint8_t sp : {0, 1, 2}) {
-                rows.push_back({ss, 1200, sp, 1500, offset});
+                rows.emplace_back(ss, 1200, sp, 1500, offset);
             }
         }
-        rows.push_back({2, 1500, 2, 1200, offset});
-        rows.push_back({2, 800, 2, 800, offset});
+        rows.emplace_back(2, 1500, 2, 1200, offset);
+        rows.emplace_back(2, 800, 2, 800, offset);
     }
-    for (const Row& row : rows) {
-        SetInputs(row.Ss, row.Ds, row.Sp, row.Dp, row.Offset);
-        EXPECT_TRUE(ReceiveMasterBottom(MasterBottomDepth::Compute(row.Ss, row.Ds, row.Sp, row.Dp, row.Offset),
-                                        MasterBottomDepth::OffsetMode(row.Offset)))
-            << "Ss=" << int(row.Ss) << " Ds=" << row.Ds << " Sp=" << int(row.Sp) << " Dp=" << row.Dp
-            << " O=" << row.Offset;
+    for (const auto& [ss, ds, sp, dp, offset] : rows) {
+        SetInputs(ss, ds, sp, dp, offset);
+        EXPECT_TRUE(ReceiveMasterBottom(MasterBottomDepth::Compute(ss, ds, sp, dp, offset),
+                                        MasterBottomDepth::OffsetMode(offset)))
+            << "Ss=" << int(ss) << " Ds=" << ds << " Sp=" << int(sp) << " Dp=" << dp << " O=" << offset;
     }
 
     // With the inputs steady, every packet is the record file, byte for byte.
