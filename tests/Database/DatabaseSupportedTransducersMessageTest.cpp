@@ -173,7 +173,6 @@ TEST_F(SupportedTransducersDeathTest, OverfullListUnwrittenListAndAutoTicksAreFa
     EXPECT_DEATH(CDatabaseSupportedTransducersMessage::GetTicksPerNauticalMile(254),
                  ::testing::HasSubstr("You cant ask for the tpmn for the Auto Speed Xdcr"));
     EXPECT_DEATH(m_List.EnumerateTransducers(nullptr), ::testing::HasSubstr("TransducerId not specified"));
-    EXPECT_DEATH(CDatabaseSupportedTransducersMessage(nullptr), ::testing::HasSubstr("Factory not specified"));
 }
 
 TEST_F(SupportedTransducersDeathTest, FittedRecordWordsItsBufferAssertionsItsOwnWay)

@@ -136,13 +136,10 @@ TEST_F(TransducerIdDeathTest, FrequencyOutsideEitherUsedCurveIsFatal)
 {
     ImpedanceGraph_T graph;
     FillHandGraph(graph);
-    const std::string function =
-        "Impedance_Ohms_T CalculateImpedance(ImpedanceNode_T (*)[4], Frequency_100Hz_T, Temperature_DegCx100_T)";
     // 95 is on the 60 degree curve but below the 40 degree one.
     EXPECT_DEATH(CalculateImpedance(graph, 95, 5000), HasSubstr("Frequency is below minimum allowed by Transducer"));
     // 155 is below the 60 degree curve's top but above the 40 degree one's.
     EXPECT_DEATH(CalculateImpedance(graph, 155, 6000), HasSubstr("Frequency below minimum allowed by Transducer"));
-    EXPECT_DEATH(CalculateImpedance(graph, 151, 0), HasSubstr(function));
 }
 
 TEST_F(TransducerIdTest, FrequencyLimitsAreTheBandEveryCurveCovers)
@@ -267,7 +264,6 @@ TEST_F(TransducerIdDeathTest, ReversedLimitsAndMissingOutputsAreFatal)
     EXPECT_DEATH(record.GetFrequencyLimits(0, &f, &g),
                  HasSubstr("The Start and End Frequencies are reversed in the TransducerId"));
     EXPECT_DEATH(record.GetFrequencyLimits(0, nullptr, &f), HasSubstr("FreqStart should not be NULL"));
-    EXPECT_DEATH(record.GetFrequencyLimits(0, &f, nullptr), HasSubstr("FreqEnd should not be NULL"));
 }
 
 TEST_F(TransducerIdTest, MergedRecordTakesElementBFromTheSecondMemory)
@@ -304,18 +300,12 @@ TEST_F(TransducerIdTest, MergedRecordTakesElementBFromTheSecondMemory)
 TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
 {
     CDatabaseTransducerIdMessage record(&m_Factory);
-    const FpgaRegisterValues_T ok(234, 0);
     const FpgaRegisterValues_T shorter(233, 0);
-    const FpgaRegisterValues_T longer(235, 0);
     EXPECT_DEATH(record.SetTransducerId(&shorter), HasSubstr("wrong size"));
-    EXPECT_DEATH(record.SetTransducerId(&longer), HasSubstr("wrong size"));
     EXPECT_DEATH(record.SetTransducerId(nullptr), HasSubstr("XIDBytes cant be Null"));
-    EXPECT_DEATH(record.SetTransducerId(nullptr, &ok), HasSubstr("XIDBytes1 cant be Null"));
-    EXPECT_DEATH(record.SetTransducerId(&ok, nullptr), HasSubstr("XIDBytes2 cant be Null"));
 
-    const std::string autoText = "Can't select Auto, should call SetTransducerId() with the XID bytes";
-    EXPECT_DEATH(record.SelectDepthTransducerId(254), HasSubstr(autoText));
-    EXPECT_DEATH(record.SelectSpeedTransducerId(254), HasSubstr(autoText));
+    EXPECT_DEATH(record.SelectDepthTransducerId(254),
+                 HasSubstr("Can't select Auto, should call SetTransducerId() with the XID bytes"));
     EXPECT_DEATH(record.SelectSpeedTransducerId(255),
                  HasSubstr("Can't select none, should call SetTransducerId() with the XID bytes"));
     EXPECT_DEATH(record.SelectSpeedTransducerId(253),
@@ -323,7 +313,6 @@ TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
 
     char text[4];
     EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(text, nullptr, 4), HasSubstr("No Source specified"));
-    EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(nullptr, "x", 4), HasSubstr("No Destination specified"));
     EXPECT_STREQ(CDatabaseTransducerIdMessage::StringCopy(text, "abcdef", sizeof(text)), "abc");
 
     m_Sandbox.SetEnv("TRANSDUCER_ID_FILE_PREFIX", "");

@@ -1,7 +1,6 @@
 // The supported transducers list inside the codec: received settings may
 // name one of its transducers, so the list is reloaded before they are decoded.
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -11,15 +10,13 @@
 #include "Utilities/LittleEndian.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
 class Sonar4TransducerMessagesTest : public testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        ASSERT_EQ(0, std::system("ip link add vx4 type veth peer name vx4p && ip addr add 10.0.0.2/24 dev vx4"));
-    }
+    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
     CSandbox m_Sandbox;
