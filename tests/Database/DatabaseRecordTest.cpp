@@ -1,7 +1,8 @@
 // Behaviour every binary record shares, proven once over each record, plus
-// the few fields particular records give names to.
+// the few fields and rules particular records have of their own.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,7 +16,9 @@
 
 #include "Database/DatabasePingParametersMessage.h"
 #include "Database/DatabaseUnitInfoMessage.h"
+#include "Database/DatabaseErrorStatusMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
+#include "Database/DatabaseRecordingStatusMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "tests/support/FileHolder.h"
 #include "tests/support/TestBytes.h"
@@ -226,4 +229,85 @@ TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndNamedFieldsSitAtTheir
     m_Sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", "20000");
     CDatabaseSystemLimitsMessage{&m_Factory};
     EXPECT_EQ(Hex(CSandbox::ReadFile(limits).substr(45)), "20 4E 00 00");
+}
+
+TEST_F(DatabaseRecordFieldsTest, ErrorStatusReadWithoutAFileIsZeroAndCreatesNothing)
+{
+    const std::string path = m_Sandbox / "nonpersisted/ErrorStatus.bin";
+    CDatabaseErrorStatusMessage record(&m_Factory);
+    ASSERT_EQ(record.SetErrorStatus(0x40), SUCCESS);
+    std::remove(path.c_str());
+    EXPECT_EQ(record.GetErrorStatus(), 0u);
+    EXPECT_FALSE(CSandbox::Exists(path));
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+
+    EXPECT_EQ(record.SetErrorStatus(1), SUCCESS);
+    EXPECT_EQ(Hex(CSandbox::ReadFile(path)), Hex(HeaderBytes(0x27010D, 20, 116, 1234) + Le32(1)));
+}
+
+// Events raised in one process set the word that every other process reads;
+// the file-corruption event keeps only bit 3, so it also wipes the network bit.
+TEST_F(DatabaseRecordFieldsTest, EventsSetTheErrorStatusWordAnotherProcessReads)
+{
+    const auto raise = [](VeskEventCode_T Code) {
+        if (const pid_t child = fork(); child != 0) {
+            int status = -1;
+            waitpid(child, &status, 0);
+            return status;
+        }
+        COSSLinuxFactory factory;
+        CDatabaseErrorStatusMessage record(&factory);
+        factory.SetErrorStatusMessage(&record);
+        factory.SendEvent(3, Code, "DatabaseRecordFieldsTest", "raised");
+        _exit(0);
+    };
+    ASSERT_EQ(raise(LOSS_OF_NETWORK_TRAFFIC), 0);
+    EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 1u);
+    ASSERT_EQ(raise(DATABASE_FILE_CORRUPTION), 0);
+    EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 0u);
+}
+
+// The recording status record fails quietly: see the class comment.
+TEST_F(DatabaseRecordFieldsTest, RecordingStatusFailedStoresAndLoadsReportNothing)
+{
+    const std::string path = m_Sandbox / "nonpersisted/RecordingStatus.bin";
+    // A directory that is not there: construction neither reports nor keeps it.
+    m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", (m_Sandbox / "missing").c_str());
+    CDatabaseRecordingStatusMessage lost(&m_Factory);
+    EXPECT_EQ(lost.GetLastError(), SUCCESS);
+    EXPECT_EQ(lost.writeDB(), ENOENT) << "a file that cannot be opened is still said so";
+    EXPECT_EQ(lost.readDB(), ENOENT) << "a load does not create the file";
+    m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", (m_Sandbox / "nonpersisted").c_str());
+
+    CDatabaseRecordingStatusMessage record(&m_Factory);
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    ASSERT_EQ(symlink("/dev/full", path.c_str()), 0);
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    // A short file is still reported as the loads of every record report it.
+    m_Sandbox.WriteFile("nonpersisted/RecordingStatus.bin", "short");
+    EXPECT_EQ(record.readDB(), FAILED_TO_READ_FILE_CONTENTS);
+    EXPECT_EQ(m_Factory.m_Events.size(), 2u);
+    EXPECT_EQ(m_Factory.m_Events.at(0).Where, "CDatabaseRecordingStatusMessage::readDB");
+}
+
+TEST_F(DatabaseRecordFieldsTest, RecordingStatusMissingFileResetsOnlyTheStatusUntilTheNextStore)
+{
+    const std::string path = m_Sandbox / "nonpersisted/RecordingStatus.bin";
+    CDatabaseRecordingStatusMessage record(&m_Factory);
+    std::string received = CSandbox::ReadFile(path);
+    received.replace(16, std::string::npos, 69, '\x42');
+    const Buffer_Bytes_T buffer(received.data(), received.size());
+    ASSERT_EQ(record.DecodeMessage(&buffer), SUCCESS);
+
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    EXPECT_EQ(record.CheckForFile(), SUCCESS);
+    EXPECT_FALSE(CSandbox::Exists(path));
+    const Sonar4RecordingStatusPacket& packet = record.GetPacket();
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(packet.data()) + 16, 69),
+              std::string(6, '\0') + std::string(63, '\x42'));
+    EXPECT_EQ(packet.GetMessageSize(), 85u);
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_EQ(CSandbox::ReadFile(path).size(), 85u);
+    EXPECT_TRUE(m_Factory.m_Events.empty());
 }

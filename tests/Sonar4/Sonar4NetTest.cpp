@@ -34,6 +34,26 @@ protected:
     CRecordingFactory m_Factory;
 };
 
+// Settings received may name a transducer of the supported list, so the
+// list is reloaded (a lost one recreated) before they are decoded, even when
+// they are then rejected; other packets leave it alone.
+TEST_F(Sonar4Test, ReceivedSettingsReloadTheTransducerListFirst)
+{
+    CSonar4 codec(&m_Factory);
+    const std::string list = m_Sandbox / "nonpersisted/SupportedTransducers.bin";
+    ASSERT_TRUE(CSandbox::Exists(list));
+    std::remove(list.c_str());
+    std::vector<uint8_t> packet(8);
+    LittleEndian::Write<uint32_t>(packet.data(), Message_Id_Sonar4_Environment_Limits);
+    const Buffer_Bytes_T buffer(packet.data(), packet.size());
+    LNET_MESSAGE_ID_T id = 0;
+    EXPECT_EQ(SUCCESS, codec.DecodeMessage(&buffer, &id));
+    EXPECT_FALSE(CSandbox::Exists(list));
+    LittleEndian::Write<uint32_t>(packet.data(), Message_Id_Sonar4_System_Settings);
+    EXPECT_EQ(E2BIG, codec.DecodeMessage(&buffer, &id));
+    EXPECT_EQ(CSandbox::ReadFile(list).size(), 1383u);
+}
+
 // A packet of Id with as much of the unit's header as fits in Size (at
 // least 8 bytes) and a payload of Fill bytes.
 std::vector<uint8_t> Packet(LNET_MESSAGE_ID_T Id, size_t Size, uint8_t Fill = 0)
