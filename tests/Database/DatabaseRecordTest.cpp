@@ -13,7 +13,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Database/DatabasePingParametersMessage.h"
 #include "Database/DatabaseUnitInfoMessage.h"
 #include "Database/DatabaseErrorStatusMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
@@ -60,10 +59,8 @@ protected:
     CRecordingFactory m_Factory;
 };
 
-TEST_F(DatabaseRecordTest, RecordsWithInstancesHaveTheirOwnFilesAndAddresses)
+TEST_F(DatabaseRecordTest, AUnitInfoFileOfAnotherAddressIsBroughtUpToDate)
 {
-    EXPECT_EQ(CDatabasePingParametersMessage(&m_Factory, 17).GetDBFilePath(), m_Sandbox / "pingparameters/PingParameters17.bin");
-    // A unit info file of another address is brought up to date.
     CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002);
     CDatabaseUnitInfoMessage moved(&m_Factory, 0xC0A80105);
     EXPECT_EQ(moved.GetIPAddress(), 0xC0A80105u);
@@ -194,7 +191,7 @@ TEST_F(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers
                  Assertion("m_DatabaseFilePath.length() <= MAX_DATABASE_PATH_LENGTH"));
 }
 
-TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndNamedFieldsSitAtTheirOffsets)
+TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndTheMaximumDepthComesFromTheEnvironment)
 {
     // The serial number is looked up again until it is known, then kept.
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0");
@@ -204,11 +201,6 @@ TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndNamedFieldsSitAtTheir
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "88");
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
-
-    record.SetOffsetMode(2);
-    record.SetMasterDepth(-1);
-    ASSERT_EQ(record.writeDB(), SUCCESS);
-    EXPECT_EQ(Hex(FileBytes().substr(16)), "00 FF FF FF FF 02");
 
     // The maximum depth is 304800 cm unless the unit's environment says otherwise.
     const std::string limits = CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath();

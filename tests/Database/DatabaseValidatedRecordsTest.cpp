@@ -132,10 +132,6 @@ TEST_F(DatabaseValidatedRecordsTest, HeartbeatModeAndDepthAreClampedWithOneNotic
     EXPECT_EQ(record.readDB(), SUCCESS);
     EXPECT_EQ(record.GetMode(), 2);
     EXPECT_EQ(TakeEvents(), cNotice("CDatabaseHeartbeatMessage::readDB()"));
-
-    const std::string before = CSandbox::ReadFile(record.GetDBFilePath());
-    EXPECT_EQ(Receive(record, Heartbeat(0, 0, 0, 115)), E2BIG);
-    EXPECT_EQ(CSandbox::ReadFile(record.GetDBFilePath()), before);
 }
 
 TEST_F(DatabaseValidatedRecordsTest, HeartbeatTimeIsLoggedFirstThenEvery601st)

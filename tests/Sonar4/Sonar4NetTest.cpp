@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Sonar4/Sonar4CommandMessage.h"
 #include "Sonar4/Sonar4ErrorStatusMessage.h"
 #include "Sonar4/Sonar4PingParametersMessage.h"
 #include "Sonar4/Sonar4PingResultsMessage.h"
@@ -204,15 +203,6 @@ TEST_F(Sonar4Test, MessageClassesNameTheirRecordsAndAddTheirOwnOperations)
     CSonar4ErrorStatusMessage errorStatus(&m_Factory);
     CDatabaseErrorStatusMessage(&m_Factory).SetErrorStatus(0x10);
     EXPECT_EQ(0u, errorStatus.GetPacket()->GetErrorStatus());
-    CSonar4CommandMessage command(&m_Factory);
-    CDatabaseCommandMessage other(&m_Factory);
-    other.SetCommandCode(4);
-    ASSERT_EQ(SUCCESS, other.writeDB());
-    EXPECT_EQ(0u, command.GetPacket()->GetCommandCode());
-    std::vector<uint8_t> built(24);
-    Buffer_Bytes_T builtBuffer(built.data(), built.size());
-    ASSERT_EQ(SUCCESS, command.CreateMessage(&builtBuffer));
-    EXPECT_EQ(4u, command.GetPacket()->GetCommandCode());
 
     // A configuration is known by the index its packet holds after a refresh.
     CSonar4PingParametersMessage configuration(&m_Factory, 3);
