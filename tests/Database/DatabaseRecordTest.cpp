@@ -220,9 +220,6 @@ TEST_F(DatabaseRecordFieldsTest, ErrorStatusReadWithoutAFileIsZeroAndCreatesNoth
     EXPECT_EQ(record.GetErrorStatus(), 0u);
     EXPECT_FALSE(CSandbox::Exists(path));
     EXPECT_TRUE(m_Factory.m_Events.empty());
-
-    EXPECT_EQ(record.SetErrorStatus(1), SUCCESS);
-    EXPECT_EQ(Hex(CSandbox::ReadFile(path)), Hex(HeaderBytes(0x27010D, 20, 116, 1234) + Le32(1)));
 }
 
 // Events raised in one process set the word that every other process reads;
