@@ -91,7 +91,6 @@ TEST_F(DatabaseRecordTest, ShortOrForeignFileIsReportedRemovedAndRecreatedAtTheN
     const std::tuple<std::string, VeskEventCode_T, const char*, std::vector<std::string>> cases[] = {
         {Image().substr(0, cSize - 1), FAILED_TO_READ_FILE_CONTENTS, "::readDB",
          {"Failed to read contents", "Removing File Possible Old Version Of Sonar 4 "}},
-        {Image(115, 1234), SUCCESS, "::ConfirmSonar4Version", {version}},
         {Image(116, 99), SUCCESS, "::ConfirmSonar4Version", {serial}},
         {Image(115, 99), SUCCESS, "::ConfirmSonar4Version", {version, serial}},
     };

@@ -46,9 +46,7 @@ protected:
     // Enumerates and returns what it printed.
     std::string Enumerate()
     {
-        return CaptureStdout(m_Sandbox / "stdout", [this] {
-            EXPECT_EQ(m_List.EnumerateTransducers(&m_TransducerId), SUCCESS);
-        });
+        return CaptureStdout([this] { EXPECT_EQ(m_List.EnumerateTransducers(&m_TransducerId), SUCCESS); });
     }
     // Removes the supported files matching Pattern.
     void Remove(const std::string& Pattern) { ASSERT_EQ(std::system(("rm -f '" + m_Dir + "'/" + Pattern).c_str()), 0); }

@@ -236,8 +236,6 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
     ASSERT_TRUE(NextPacket(last, lastSize));
     EXPECT_EQ(lastSize, 22u);
     EXPECT_EQ(CSandbox::ReadFile(RecordPath()), std::string(reinterpret_cast<const char*>(last.data()), sizeof(last)));
-    EXPECT_EQ(last.GetMessageID(), 0x270108u);
-    EXPECT_EQ(last.GetSerialNumber(), 1234u);
 
     EXPECT_EQ(Output().find("3::"), std::string::npos) << Output();
 }
