@@ -87,19 +87,8 @@ protected:
     int Launch()
     {
         const int status = LaunchTask(m_Sandbox / "task.out");
-        m_TaskPid = FindTaskPid();
+        m_TaskPid = TaskPidFromPidFile();
         return status;
-    }
-
-    pid_t FindTaskPid() const
-    {
-        const std::string listing = m_Sandbox / "pids";
-        const std::string command = "ls " + std::string(std::getenv("PID_LOCATION")) + " > " + listing;
-        if (std::system(command.c_str()) != 0) {
-            return -1;
-        }
-        const std::string names = CSandbox::ReadFile(listing);
-        return names.empty() ? -1 : static_cast<pid_t>(std::atoi(names.c_str()));
     }
 
     std::string PidFilePath() const
@@ -349,7 +338,7 @@ TEST_F(MasterBottomTaskNetTest, ASteadyTurnMakesAtMostThirtySystemCalls)
     }
     for (const auto deadline = Clock::now() + cPatience; m_TaskPid <= 0 && Clock::now() < deadline;) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        m_TaskPid = FindTaskPid();
+        m_TaskPid = TaskPidFromPidFile();
     }
     ASSERT_GT(m_TaskPid, 0) << Output();
     const pid_t task = m_TaskPid;
