@@ -174,8 +174,7 @@ TEST_F(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers
     Buffer_Bytes_T small(bytes.data(), bytes.size() - 1);
     EXPECT_DEATH(record.CreateMessage(&small), Assertion("Buffer->size() >= sizeof(m_MasterBottomRecord)"));
     std::string foreign = Le32(0x27010B) + bytes.substr(4);
-    const Buffer_Bytes_T received(foreign.data(), foreign.size());
-    EXPECT_DEATH(record.DecodeMessage(&received), Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == "
+    EXPECT_DEATH(Receive(record, foreign), Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == "
                                                              "Message_Id_Sonar4_Master_Bottom_Record"));
     WriteFileBytes(foreign);
     EXPECT_DEATH(record.readDB(),
@@ -273,8 +272,7 @@ TEST_F(DatabaseRecordFieldsTest, RecordingStatusMissingFileResetsOnlyTheStatusUn
     CDatabaseRecordingStatusMessage record(&m_Factory);
     std::string received = CSandbox::ReadFile(path);
     received.replace(16, std::string::npos, 69, '\x42');
-    const Buffer_Bytes_T buffer(received.data(), received.size());
-    ASSERT_EQ(record.DecodeMessage(&buffer), SUCCESS);
+    ASSERT_EQ(Receive(record, received), SUCCESS);
 
     ASSERT_EQ(unlink(path.c_str()), 0);
     EXPECT_EQ(record.CheckForFile(), SUCCESS);

@@ -37,12 +37,6 @@ class DatabaseValidatedRecordsTest : public testing::Test {
 protected:
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
-    template <typename Record>
-    VeskEventCode_T Receive(Record& R, const std::string& Packet)
-    {
-        const Buffer_Bytes_T buffer(const_cast<char*>(Packet.data()), Packet.size());
-        return R.DecodeMessage(&buffer);
-    }
     // "<level> <where> <why>" of the events so far; then forgotten.
     std::vector<std::string> TakeEvents()
     {
