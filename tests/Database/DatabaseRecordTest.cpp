@@ -195,6 +195,7 @@ TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndTheMaximumDepthComesF
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0");
     CDatabaseMasterBottomRecordMessage record(&m_Factory);
     EXPECT_EQ(record.GetPacket().GetSerialNumber(), 0u);
+    EXPECT_EQ(Hex(FileBytes().substr(16)), "00 00 00 00 80 00") << "no depth, no offset";
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0077xyz");
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "88");
