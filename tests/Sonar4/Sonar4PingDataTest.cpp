@@ -53,7 +53,6 @@ TEST_F(Sonar4PingDataTest, RunsAreCutIntoNumberedSegmentsOfAtMost1432DataBytes)
     for (const auto& [size, segments] : runs) {
         SCOPED_TRACE(size);
         CSonar4PingData message(&m_Factory);
-        EXPECT_EQ(message.GetPacketSize(), cPacket);
         Bytes samples = Samples(size);
         const Buffer_Bytes_T pingData(samples.data(), samples.size());
         message.SetPingData(&pingData, 0xA5, 2, 17);
