@@ -1,7 +1,7 @@
 // Behaviour every binary record shares, proven once over each record, plus
-// the few fields particular records give names to.
-#include <fcntl.h>
+// the few fields and rules particular records have of their own.
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,12 +13,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Database/DatabasePingParametersMessage.h"
 #include "Database/DatabaseUnitInfoMessage.h"
+#include "Database/DatabaseErrorStatusMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
+#include "Database/DatabaseRecordingStatusMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
-#include "Database/DatabaseTransducersFittedMessage.h"
-#include "tests/support/FileHolder.h"
 #include "tests/support/TestBytes.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
@@ -60,39 +59,8 @@ protected:
     CRecordingFactory m_Factory;
 };
 
-// Default payloads (hex) written when a file is missing; the golden packet
-// test holds the plain ones, these are the records' worked-out ones.
-TEST_F(DatabaseRecordTest, MissingFilesAreCreatedWithEachRecordsDefaults)
+TEST_F(DatabaseRecordTest, AUnitInfoFileOfAnotherAddressIsBroughtUpToDate)
 {
-    const std::string zeros60 = Hex(std::string(60, '\0'));
-    const std::tuple<std::string, std::string, std::string> cases[] = {
-        // Index, enabled, channel, 200 kHz, 100 us, 100 %, 100 m, 100 ms.
-        {"ping parameters 0", CDatabasePingParametersMessage(&m_Factory, 0).GetDBFilePath(),
-         "00 00 00 00 00 01 00 D0 07 64 00 64 10 27 00 00 64 00 " + zeros60},
-        // Disabled, secondary channel: 50 kHz, 400 us, 100 %, 300 m, 200 ms.
-        {"ping parameters 31", CDatabasePingParametersMessage(&m_Factory, 31).GetDBFilePath(),
-         "00 00 00 00 1F 00 01 F4 01 90 01 64 30 75 00 00 C8 00 " + zeros60},
-        // 10.0.0.2, family 9, "P121XX" (the sandbox's product id).
-        {"unit info", CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002).GetDBFilePath(),
-         "0A 00 00 02 09 00 50 31 32 31 58 58 " + Hex(std::string(26, '\0'))},
-        {"system limits", CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath(),
-         "01 00 20 03 01 00 F4 01 48 F4 FF FF B8 0B 00 00 DA FD 26 02 01 B0 36 8C 3C 64 00 00 00 A0 A6 04 00"},
-        {"master bottom", Record(&m_Factory).GetDBFilePath(), "00 00 00 00 80 00"},
-        // One transducer fitted, its entry not yet filled in.
-        {"transducers fitted", CDatabaseTransducersFittedMessage(&m_Factory).GetDBFilePath(),
-         "01 " + Hex(std::string(40, '\0'))},
-    };
-    for (const auto& [name, path, payload] : cases) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(Hex(CSandbox::ReadFile(path).substr(16)), payload);
-    }
-    EXPECT_TRUE(m_Factory.m_Events.empty());
-}
-
-TEST_F(DatabaseRecordTest, RecordsWithInstancesHaveTheirOwnFilesAndAddresses)
-{
-    EXPECT_EQ(CDatabasePingParametersMessage(&m_Factory, 17).GetDBFilePath(), m_Sandbox / "pingparameters/PingParameters17.bin");
-    // A unit info file of another address is brought up to date.
     CDatabaseUnitInfoMessage(&m_Factory, 0x0A000002);
     CDatabaseUnitInfoMessage moved(&m_Factory, 0xC0A80105);
     EXPECT_EQ(moved.GetIPAddress(), 0xC0A80105u);
@@ -123,7 +91,6 @@ TEST_F(DatabaseRecordTest, ShortOrForeignFileIsReportedRemovedAndRecreatedAtTheN
     const std::tuple<std::string, VeskEventCode_T, const char*, std::vector<std::string>> cases[] = {
         {Image().substr(0, cSize - 1), FAILED_TO_READ_FILE_CONTENTS, "::readDB",
          {"Failed to read contents", "Removing File Possible Old Version Of Sonar 4 "}},
-        {Image(115, 1234), SUCCESS, "::ConfirmSonar4Version", {version}},
         {Image(116, 99), SUCCESS, "::ConfirmSonar4Version", {serial}},
         {Image(115, 99), SUCCESS, "::ConfirmSonar4Version", {version, serial}},
     };
@@ -193,15 +160,6 @@ TEST_F(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
     EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
     EXPECT_EQ(m_Factory.m_Events.at(0).Code, ENOSPC);
     EXPECT_EQ(TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
-    std::remove(Path().c_str());
-
-    // Another task writing the file keeps this one from storing over it.
-    ASSERT_EQ(record.readDB(), SUCCESS);
-    const std::string before = FileBytes();
-    CFileHolder writer(Path(), O_WRONLY);
-    ASSERT_EQ(writer.OpenError(), 0);
-    EXPECT_EQ(record.writeDB(), FILE_ACCESS_DENIED);
-    EXPECT_EQ(FileBytes(), before);
 }
 
 using DatabaseRecordDeathTest = DatabaseRecordTest;
@@ -216,8 +174,7 @@ TEST_F(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers
     Buffer_Bytes_T small(bytes.data(), bytes.size() - 1);
     EXPECT_DEATH(record.CreateMessage(&small), Assertion("Buffer->size() >= sizeof(m_MasterBottomRecord)"));
     std::string foreign = Le32(0x27010B) + bytes.substr(4);
-    const Buffer_Bytes_T received(foreign.data(), foreign.size());
-    EXPECT_DEATH(record.DecodeMessage(&received), Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == "
+    EXPECT_DEATH(Receive(record, foreign), Assertion("pSonar4MasterBottomRecordPacket->GetMessageID() == "
                                                              "Message_Id_Sonar4_Master_Bottom_Record"));
     WriteFileBytes(foreign);
     EXPECT_DEATH(record.readDB(),
@@ -227,29 +184,105 @@ TEST_F(DatabaseRecordDeathTest, ProgrammingErrorsAbortNamingTheRecordsOwnMembers
                  Assertion("masterBottomRecord.GetMessageSize() == sizeof(Sonar4MasterBottomRecordPacket)"));
 
     EXPECT_DEATH(CDatabaseMasterBottomRecordMessage(nullptr), Assertion("m_pFactory"));
-    EXPECT_DEATH(CDatabaseSystemLimitsMessage(nullptr), Assertion("m_pFactory && \"no Factory specified\""));
     m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", m_Sandbox.MakeDir(std::string(240, 'd')).c_str());
     EXPECT_DEATH(CDatabaseMasterBottomRecordMessage{&m_Factory},
                  Assertion("m_DatabaseFilePath.length() <= MAX_DATABASE_PATH_LENGTH"));
 }
 
-TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndNamedFieldsSitAtTheirOffsets)
+TEST_F(DatabaseRecordFieldsTest, SerialIsCachedOnceKnownAndTheMaximumDepthComesFromTheEnvironment)
 {
     // The serial number is looked up again until it is known, then kept.
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0");
     CDatabaseMasterBottomRecordMessage record(&m_Factory);
     EXPECT_EQ(record.GetPacket().GetSerialNumber(), 0u);
+    EXPECT_EQ(Hex(FileBytes().substr(16)), "00 00 00 00 80 00") << "no depth, no offset";
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "0077xyz");
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
     m_Sandbox.SetEnv("EMBEDDED_SERIAL_NUMBER_OVERRIDE", "88");
     EXPECT_EQ(record.GetUnitSerialNumber(), 77u);
 
-    record.SetOffsetMode(2);
-    record.SetMasterDepth(-1);
-    ASSERT_EQ(record.writeDB(), SUCCESS);
-    EXPECT_EQ(Hex(FileBytes().substr(16)), "00 FF FF FF FF 02");
-
+    // The maximum depth is 304800 cm unless the unit's environment says otherwise.
+    const std::string limits = CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath();
+    EXPECT_EQ(Hex(CSandbox::ReadFile(limits).substr(45)), "A0 A6 04 00");
+    std::remove(limits.c_str());
     m_Sandbox.SetEnv("MAX_ALLOWED_DEPTH_IN_CM", "20000");
-    const std::string limits = CSandbox::ReadFile(CDatabaseSystemLimitsMessage(&m_Factory).GetDBFilePath());
-    EXPECT_EQ(Hex(limits.substr(45)), "20 4E 00 00");
+    CDatabaseSystemLimitsMessage{&m_Factory};
+    EXPECT_EQ(Hex(CSandbox::ReadFile(limits).substr(45)), "20 4E 00 00");
+}
+
+TEST_F(DatabaseRecordFieldsTest, ErrorStatusReadWithoutAFileIsZeroAndCreatesNothing)
+{
+    const std::string path = m_Sandbox / "nonpersisted/ErrorStatus.bin";
+    CDatabaseErrorStatusMessage record(&m_Factory);
+    ASSERT_EQ(record.SetErrorStatus(0x40), SUCCESS);
+    std::remove(path.c_str());
+    EXPECT_EQ(record.GetErrorStatus(), 0u);
+    EXPECT_FALSE(CSandbox::Exists(path));
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
+
+// Events raised in one process set the word that every other process reads;
+// the file-corruption event keeps only bit 3, so it also wipes the network bit.
+TEST_F(DatabaseRecordFieldsTest, EventsSetTheErrorStatusWordAnotherProcessReads)
+{
+    const auto raise = [](VeskEventCode_T Code) {
+        if (const pid_t child = fork(); child != 0) {
+            int status = -1;
+            waitpid(child, &status, 0);
+            return status;
+        }
+        COSSLinuxFactory factory;
+        CDatabaseErrorStatusMessage record(&factory);
+        factory.SetErrorStatusMessage(&record);
+        factory.SendEvent(3, Code, "DatabaseRecordFieldsTest", "raised");
+        _exit(0);
+    };
+    ASSERT_EQ(raise(LOSS_OF_NETWORK_TRAFFIC), 0);
+    EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 1u);
+    ASSERT_EQ(raise(DATABASE_FILE_CORRUPTION), 0);
+    EXPECT_EQ(CDatabaseErrorStatusMessage(&m_Factory).GetErrorStatus(), 0u);
+}
+
+// The recording status record fails quietly: see the class comment.
+TEST_F(DatabaseRecordFieldsTest, RecordingStatusFailedStoresAndLoadsReportNothing)
+{
+    const std::string path = m_Sandbox / "nonpersisted/RecordingStatus.bin";
+    // A directory that is not there: construction neither reports nor keeps it.
+    m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", (m_Sandbox / "missing").c_str());
+    CDatabaseRecordingStatusMessage lost(&m_Factory);
+    EXPECT_EQ(lost.GetLastError(), SUCCESS);
+    EXPECT_EQ(lost.writeDB(), ENOENT) << "a file that cannot be opened is still said so";
+    EXPECT_EQ(lost.readDB(), ENOENT) << "a load does not create the file";
+    m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", (m_Sandbox / "nonpersisted").c_str());
+
+    CDatabaseRecordingStatusMessage record(&m_Factory);
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    ASSERT_EQ(symlink("/dev/full", path.c_str()), 0);
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    // A short file is still reported as the loads of every record report it.
+    m_Sandbox.WriteFile("nonpersisted/RecordingStatus.bin", "short");
+    EXPECT_EQ(record.readDB(), FAILED_TO_READ_FILE_CONTENTS);
+    EXPECT_EQ(m_Factory.m_Events.size(), 2u);
+    EXPECT_EQ(m_Factory.m_Events.at(0).Where, "CDatabaseRecordingStatusMessage::readDB");
+}
+
+TEST_F(DatabaseRecordFieldsTest, RecordingStatusMissingFileResetsOnlyTheStatusUntilTheNextStore)
+{
+    const std::string path = m_Sandbox / "nonpersisted/RecordingStatus.bin";
+    CDatabaseRecordingStatusMessage record(&m_Factory);
+    std::string received = CSandbox::ReadFile(path);
+    received.replace(16, std::string::npos, 69, '\x42');
+    ASSERT_EQ(Receive(record, received), SUCCESS);
+
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    EXPECT_EQ(record.CheckForFile(), SUCCESS);
+    EXPECT_FALSE(CSandbox::Exists(path));
+    const Sonar4RecordingStatusPacket& packet = record.GetPacket();
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(packet.data()) + 16, 69),
+              std::string(6, '\0') + std::string(63, '\x42'));
+    EXPECT_EQ(packet.GetMessageSize(), 85u);
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_EQ(CSandbox::ReadFile(path).size(), 85u);
+    EXPECT_TRUE(m_Factory.m_Events.empty());
 }

@@ -1,6 +1,5 @@
-// The identification record: selection, merging, validation, and the
-// impedance graphs with the figures other tasks compare against. Expected
-// values are worked out by hand beside the cases.
+// The identification record and its impedance graphs; expected values are
+// worked out by hand beside the cases.
 #include <cstring>
 #include <string>
 #include <tuple>
@@ -137,13 +136,10 @@ TEST_F(TransducerIdDeathTest, FrequencyOutsideEitherUsedCurveIsFatal)
 {
     ImpedanceGraph_T graph;
     FillHandGraph(graph);
-    const std::string function =
-        "Impedance_Ohms_T CalculateImpedance(ImpedanceNode_T (*)[4], Frequency_100Hz_T, Temperature_DegCx100_T)";
     // 95 is on the 60 degree curve but below the 40 degree one.
     EXPECT_DEATH(CalculateImpedance(graph, 95, 5000), HasSubstr("Frequency is below minimum allowed by Transducer"));
     // 155 is below the 60 degree curve's top but above the 40 degree one's.
     EXPECT_DEATH(CalculateImpedance(graph, 155, 6000), HasSubstr("Frequency below minimum allowed by Transducer"));
-    EXPECT_DEATH(CalculateImpedance(graph, 151, 0), HasSubstr(function));
 }
 
 TEST_F(TransducerIdTest, FrequencyLimitsAreTheBandEveryCurveCovers)
@@ -236,14 +232,9 @@ TEST_F(TransducerIdTest, GraphsAreFilledFromTheRecordAndMissingInnerPointsTakeTh
 TEST_F(TransducerIdTest, BroadbandIsAQualityFactorOfFourOrLess)
 {
     CDatabaseTransducerIdMessage record(&m_Factory);
-    const std::tuple<uint8_t, uint8_t, bool> cases[] = {
-        // 1500..2500: centre 2000 / width 1000 = 2.
-        {150, 250, true},
-        // 1900..2100: 2000 / 200 = 10.
-        {190, 210, false},
-        // 1600..2000: 1800 / 400 = 4.5 -> 4.
-        {160, 200, true},
-    };
+    // The enumeration test sees quality factors 0 and 5; here the boundary
+    // (1600..2000: 1800 / 400 = 4.5 -> 4), then a narrow band (1900..2100: 10).
+    const std::tuple<uint8_t, uint8_t, bool> cases[] = {{160, 200, true}, {190, 210, false}};
     for (const auto& [lower, upper, broadband] : cases) {
         const auto bytes = Bytes(TransducerFiles::Image(WithElementA(TransducerFiles::SimpleElement(lower, lower, upper, 40))));
         record.SetTransducerId(&bytes);
@@ -268,7 +259,6 @@ TEST_F(TransducerIdDeathTest, ReversedLimitsAndMissingOutputsAreFatal)
     EXPECT_DEATH(record.GetFrequencyLimits(0, &f, &g),
                  HasSubstr("The Start and End Frequencies are reversed in the TransducerId"));
     EXPECT_DEATH(record.GetFrequencyLimits(0, nullptr, &f), HasSubstr("FreqStart should not be NULL"));
-    EXPECT_DEATH(record.GetFrequencyLimits(0, &f, nullptr), HasSubstr("FreqEnd should not be NULL"));
 }
 
 TEST_F(TransducerIdTest, MergedRecordTakesElementBFromTheSecondMemory)
@@ -305,20 +295,12 @@ TEST_F(TransducerIdTest, MergedRecordTakesElementBFromTheSecondMemory)
 TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
 {
     CDatabaseTransducerIdMessage record(&m_Factory);
-    const FpgaRegisterValues_T ok(234, 0);
     const FpgaRegisterValues_T shorter(233, 0);
-    const FpgaRegisterValues_T longer(235, 0);
     EXPECT_DEATH(record.SetTransducerId(&shorter), HasSubstr("wrong size"));
-    EXPECT_DEATH(record.SetTransducerId(&longer), HasSubstr("wrong size"));
     EXPECT_DEATH(record.SetTransducerId(nullptr), HasSubstr("XIDBytes cant be Null"));
-    EXPECT_DEATH(record.SetTransducerId(nullptr, &ok), HasSubstr("XIDBytes1 cant be Null"));
-    EXPECT_DEATH(record.SetTransducerId(&ok, nullptr), HasSubstr("XIDBytes2 cant be Null"));
-    EXPECT_DEATH(record.MergeXids(&ok, &shorter), HasSubstr("wrong size"));
-    EXPECT_DEATH(record.MergeXids(&ok, nullptr), HasSubstr("XIDBytes cant be Null"));
 
-    const std::string autoText = "Can't select Auto, should call SetTransducerId() with the XID bytes";
-    EXPECT_DEATH(record.SelectDepthTransducerId(254), HasSubstr(autoText));
-    EXPECT_DEATH(record.SelectSpeedTransducerId(254), HasSubstr(autoText));
+    EXPECT_DEATH(record.SelectDepthTransducerId(254),
+                 HasSubstr("Can't select Auto, should call SetTransducerId() with the XID bytes"));
     EXPECT_DEATH(record.SelectSpeedTransducerId(255),
                  HasSubstr("Can't select none, should call SetTransducerId() with the XID bytes"));
     EXPECT_DEATH(record.SelectSpeedTransducerId(253),
@@ -326,7 +308,6 @@ TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
 
     char text[4];
     EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(text, nullptr, 4), HasSubstr("No Source specified"));
-    EXPECT_DEATH(CDatabaseTransducerIdMessage::StringCopy(nullptr, "x", 4), HasSubstr("No Destination specified"));
     EXPECT_STREQ(CDatabaseTransducerIdMessage::StringCopy(text, "abcdef", sizeof(text)), "abc");
 
     m_Sandbox.SetEnv("TRANSDUCER_ID_FILE_PREFIX", "");

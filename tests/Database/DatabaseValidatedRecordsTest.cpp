@@ -37,12 +37,6 @@ class DatabaseValidatedRecordsTest : public testing::Test {
 protected:
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
-    template <typename Record>
-    VeskEventCode_T Receive(Record& R, const std::string& Packet)
-    {
-        const Buffer_Bytes_T buffer(const_cast<char*>(Packet.data()), Packet.size());
-        return R.DecodeMessage(&buffer);
-    }
     // "<level> <where> <why>" of the events so far; then forgotten.
     std::vector<std::string> TakeEvents()
     {
@@ -132,10 +126,6 @@ TEST_F(DatabaseValidatedRecordsTest, HeartbeatModeAndDepthAreClampedWithOneNotic
     EXPECT_EQ(record.readDB(), SUCCESS);
     EXPECT_EQ(record.GetMode(), 2);
     EXPECT_EQ(TakeEvents(), cNotice("CDatabaseHeartbeatMessage::readDB()"));
-
-    const std::string before = CSandbox::ReadFile(record.GetDBFilePath());
-    EXPECT_EQ(Receive(record, Heartbeat(0, 0, 0, 115)), E2BIG);
-    EXPECT_EQ(CSandbox::ReadFile(record.GetDBFilePath()), before);
 }
 
 TEST_F(DatabaseValidatedRecordsTest, HeartbeatTimeIsLoggedFirstThenEvery601st)

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -26,6 +25,7 @@
 #include "Utilities/LittleEndian.h"
 #include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitProcess.h"
 
 namespace {
 
@@ -198,10 +198,7 @@ class RecordFaultTest : public testing::Test {
 protected:
     // The unit info record takes the service info address: an interface
     // with the unit's address, in the test's own network namespace.
-    static void SetUpTestSuite()
-    {
-        ASSERT_EQ(0, std::system("ip link add vt9 type veth peer name vt9p && ip addr add 10.0.0.2/24 dev vt9"));
-    }
+    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
     // The file as a case starts: a whole record, or none.
@@ -209,10 +206,7 @@ protected:
     {
         std::remove(Path.c_str());
         if (!Stored.empty()) {
-            FILE* file = std::fopen(Path.c_str(), "wb");
-            ASSERT_NE(file, nullptr);
-            std::fwrite(Stored.data(), 1, Stored.size(), file);
-            std::fclose(file);
+            std::ofstream(Path, std::ios::binary) << Stored;
         }
     }
 

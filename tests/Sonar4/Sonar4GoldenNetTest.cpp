@@ -23,6 +23,7 @@
 #include "Sonar4/Sonar4MessageTable.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/UnitProcess.h"
 
 namespace {
@@ -30,18 +31,6 @@ namespace {
 // Above INT32_MAX: a 32-bit long must not cut these short.
 constexpr uint32_t cSerial = 3000000123u;
 constexpr uint32_t cMaxDepthCm = 2500000000u;
-
-// Hex, sixteen bytes a line, so that a difference shows where it is.
-std::string Hex(const std::string& Bytes)
-{
-    std::string text;
-    char byte[4];
-    for (size_t i = 0; i < Bytes.size(); ++i) {
-        std::snprintf(byte, sizeof(byte), i % 16 == 15 ? "%02X\n" : "%02X ", static_cast<unsigned char>(Bytes[i]));
-        text += byte;
-    }
-    return text;
-}
 
 // The golden file of one instance of a row: its record's file name, or its
 // record class's name for a record kept in no file.
@@ -109,20 +98,19 @@ TEST_F(Sonar4GoldenNetTest, EveryBuiltPacketIsTheCheckedInOneAndDecodesBackToIt)
                 continue;
             }
             const std::string expected = CSandbox::ReadFile(path);
-            EXPECT_EQ(Hex(built), Hex(expected));
+            EXPECT_EQ(Hex(built, 16), Hex(expected, 16));
             ++compared;
             if (row.Record.Kind != RECORD_SHARED) {
                 continue;   // the service info packet is a neighbour's when received
             }
             // Received by a message of its own, stored, and built again from its file.
             ISonar4Message* const message = std::next(receivers.m_Map.lower_bound(row.Id), instance)->second;
-            const Buffer_Bytes_T received(const_cast<char*>(expected.data()), expected.size());
-            EXPECT_EQ(message->DecodeMessage(&received), SUCCESS);
+            EXPECT_EQ(Receive(*message, expected), SUCCESS);
             std::string again(row.Record.PacketSize, '\0');
             Buffer_Bytes_T againBuffer(again.data(), again.size());
             ASSERT_EQ(message->CreateMessage(&againBuffer), SUCCESS);
             again.resize(againBuffer.size());
-            EXPECT_EQ(Hex(again), Hex(expected));
+            EXPECT_EQ(Hex(again, 16), Hex(expected, 16));
         }
     }
     EXPECT_TRUE(write || compared > 0);

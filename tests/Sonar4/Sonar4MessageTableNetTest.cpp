@@ -84,11 +84,6 @@ protected:
         }
         return bytes.substr(0, buffer.size());
     }
-    VeskEventCode_T Decode(const std::string& Packet)
-    {
-        const Buffer_Bytes_T buffer(const_cast<char*>(Packet.data()), Packet.size());
-        return m_pMessage->DecodeMessage(&buffer);
-    }
 
     CSandbox m_Sandbox;
     CRecordingFactory m_Factory;
@@ -124,7 +119,7 @@ TEST_P(Sonar4MessageRowTest, ReceivedPacketIsStoredOnlyWhenWholeAndOfThisVersion
     };
     for (const auto& received : cases) {
         WriteFile(defaults);
-        EXPECT_EQ(Decode(received.Packet), received.Result);
+        EXPECT_EQ(Receive(*m_pMessage, received.Packet), received.Result);
         const std::string expected = received.Result != SUCCESS
                                          ? defaults
                                          : received.Packet.substr(0, 4) + Le32(Size()) +

@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Sonar4/Sonar4CommandMessage.h"
 #include "Sonar4/Sonar4ErrorStatusMessage.h"
 #include "Sonar4/Sonar4PingParametersMessage.h"
 #include "Sonar4/Sonar4PingResultsMessage.h"
@@ -34,6 +33,26 @@ protected:
     CRecordingFactory m_Factory;
 };
 
+// Settings received may name a transducer of the supported list, so the
+// list is reloaded (a lost one recreated) before they are decoded, even when
+// they are then rejected; other packets leave it alone.
+TEST_F(Sonar4Test, ReceivedSettingsReloadTheTransducerListFirst)
+{
+    CSonar4 codec(&m_Factory);
+    const std::string list = m_Sandbox / "nonpersisted/SupportedTransducers.bin";
+    ASSERT_TRUE(CSandbox::Exists(list));
+    std::remove(list.c_str());
+    std::vector<uint8_t> packet(8);
+    LittleEndian::Write<uint32_t>(packet.data(), Message_Id_Sonar4_Environment_Limits);
+    const Buffer_Bytes_T buffer(packet.data(), packet.size());
+    LNET_MESSAGE_ID_T id = 0;
+    EXPECT_EQ(SUCCESS, codec.DecodeMessage(&buffer, &id));
+    EXPECT_FALSE(CSandbox::Exists(list));
+    LittleEndian::Write<uint32_t>(packet.data(), Message_Id_Sonar4_System_Settings);
+    EXPECT_EQ(E2BIG, codec.DecodeMessage(&buffer, &id));
+    EXPECT_EQ(CSandbox::ReadFile(list).size(), 1383u);
+}
+
 // A packet of Id with as much of the unit's header as fits in Size (at
 // least 8 bytes) and a payload of Fill bytes.
 std::vector<uint8_t> Packet(LNET_MESSAGE_ID_T Id, size_t Size, uint8_t Fill = 0)
@@ -57,8 +76,7 @@ TEST_F(Sonar4Test, TheCodecMakesEveryMessageInItsOrderAndBuildsFromTheRecordFile
     }
     EXPECT_EQ(made, order);
 
-    // Each message builds from its record file (every record's own packet
-    // size is proven over the table in Sonar4MessageTableNetTest).
+    // Each message builds from its record file.
     CSonar4 codec(&m_Factory);
     std::vector<uint8_t> bytes(1500, 0xEE);
     Buffer_Bytes_T buffer(bytes.data(), bytes.size());
@@ -67,8 +85,6 @@ TEST_F(Sonar4Test, TheCodecMakesEveryMessageInItsOrderAndBuildsFromTheRecordFile
     EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "nonpersisted/MasterBottomRecord.bin"),
               std::string(bytes.begin(), bytes.begin() + buffer.size()));
     EXPECT_EQ(1u, codec.GetConstructedCount(Message_Id_Sonar4_Master_Bottom_Record));
-    EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "pingparameters/PingParameters31.bin").size(), 94u);
-    EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "nonpersisted/SystemStatus.bin").size(), 1063u);
 }
 
 TEST_F(Sonar4Test, PingParametersAreBuiltByWalkingTheConfigurationsAndReceivedByTheirIndex)
@@ -174,10 +190,6 @@ TEST_F(Sonar4Test, PingDataIsHandedOutASegmentPerCallUntilAnEmptyOne)
         Buffer_Bytes_T out(bytes.data(), bytes.size());
         ASSERT_EQ(SUCCESS, codec.PingDataTok(&out, call == 0 ? &pingData : &continued, 9, 1, 3));
         sizes.push_back(out.size());
-        if (out.size() != 0) {
-            EXPECT_EQ(call, bytes[34]) << "segment number";
-            EXPECT_EQ(3, bytes[35]) << "segment count";
-        }
     }
     EXPECT_EQ(sizes, (std::vector<size_t>{1469, 1469, 173, 0}));
     EXPECT_EQ(4u, codec.GetConstructedCount(Message_Id_Sonar4_Ping_Data));
@@ -191,15 +203,6 @@ TEST_F(Sonar4Test, MessageClassesNameTheirRecordsAndAddTheirOwnOperations)
     CSonar4ErrorStatusMessage errorStatus(&m_Factory);
     CDatabaseErrorStatusMessage(&m_Factory).SetErrorStatus(0x10);
     EXPECT_EQ(0u, errorStatus.GetPacket()->GetErrorStatus());
-    CSonar4CommandMessage command(&m_Factory);
-    CDatabaseCommandMessage other(&m_Factory);
-    other.SetCommandCode(4);
-    ASSERT_EQ(SUCCESS, other.writeDB());
-    EXPECT_EQ(0u, command.GetPacket()->GetCommandCode());
-    std::vector<uint8_t> built(24);
-    Buffer_Bytes_T builtBuffer(built.data(), built.size());
-    ASSERT_EQ(SUCCESS, command.CreateMessage(&builtBuffer));
-    EXPECT_EQ(4u, command.GetPacket()->GetCommandCode());
 
     // A configuration is known by the index its packet holds after a refresh.
     CSonar4PingParametersMessage configuration(&m_Factory, 3);

@@ -16,6 +16,7 @@
 #include <tuple>
 
 #include "Database/IDatabaseErrorStatusMessage.h"
+#include "Utilities/LedPatternMessage.h"
 #include "Utilities/OSSLinuxFactory.h"
 #include "Utilities/PipeSender.h"
 #include "tests/support/FifoReader.h"
@@ -231,4 +232,40 @@ TEST_F(EventCodesTest, EachLineReachesARedirectedStdoutOnceAcrossForks)
     const std::string head = "6::MasterBottomTask:SUCCESS (0) @ <time> in CThing::Do because ";
     EXPECT_EQ(Masked(CSandbox::ReadFile(output)),
               head + "before fork (OptDebug Build)\n" + head + "in grandchild (OptDebug Build)\n");
+}
+
+// The LED task's messages, which events send.
+using LedPatternMessageTest = EventCodesTest;
+
+TEST_F(LedPatternMessageTest, MessageIsPrefixNumberAndNulInOneWriteOrAnErrnoWithoutPipe)
+{
+    CLedPatternMessage message(&m_Factory);
+    {
+        CFifoReader led(std::getenv("IPC_LED_TASK"));
+        EXPECT_EQ(message.ClearPattern(1), SUCCESS);
+        EXPECT_EQ(led.Drain(), "LedClrPattern:1\0"s);
+        // 63 characters still go; one more is silently dropped rather than cut.
+        const std::string prefix(59, 'p');
+        EXPECT_EQ(message.Send(prefix.c_str(), 1234), SUCCESS);
+        EXPECT_EQ(message.Send(prefix.c_str(), 12345), SUCCESS);
+        EXPECT_EQ(led.Drain(), prefix + "1234" + '\0');
+    }
+    m_Sandbox.SetEnv("IPC_LED_TASK", (m_Sandbox / "no-led-pipe").c_str());
+    EXPECT_EQ(message.SetPattern(1), ENOENT);
+    EXPECT_FALSE(CSandbox::Exists(m_Sandbox / "no-led-pipe"));
+    EXPECT_EQ(CEventCodes(&m_Factory, nullptr).SendToLed(LOSS_OF_NETWORK_TRAFFIC), SUCCESS);   // never fails an event
+}
+
+TEST_F(LedPatternMessageTest, OnlyAPrefixFollowedByDigitsNamesAPattern)
+{
+    const std::pair<const char*, LedErrorPattern_T> rows[] = {
+        {"LedSetPattern:5", 5}, {"LedClrPattern:12", 12}, {"LedSetPattern:007", 7},
+        {"LedSetPattern:2147483647", 2147483647}, {"LedSetPattern:2147483648", cNoLedPattern},
+        {"LedSetPattern:", cNoLedPattern}, {"LedSetPattern:-3", cNoLedPattern}, {"LedSetPattern: 3", cNoLedPattern},
+        {"LedSetPattern:3x", cNoLedPattern}, {"LedSetPattern5", cNoLedPattern}, {"ledsetpattern:5", cNoLedPattern},
+        {"", cNoLedPattern},
+    };
+    for (const auto& [text, pattern] : rows) {
+        EXPECT_EQ(CLedPatternMessage::getCode(text), pattern) << text;
+    }
 }

@@ -18,14 +18,11 @@
 namespace {
 
 // Opens Path with each of Flags: every open prints Printed and fails with Error.
-void ExpectOpens(const CSandbox& Sandbox, const std::string& Path, std::initializer_list<int> Flags,
-                 const std::string& Printed, int Error)
+void ExpectOpens(const std::string& Path, std::initializer_list<int> Flags, const std::string& Printed, int Error)
 {
     for (int flags : Flags) {
         int error = 0;
-        EXPECT_EQ(CaptureStdout(Sandbox / "stdout",
-                                [&] { error = COSSLinuxFile(Path.c_str(), flags, 0600).GetLastError(); }),
-                  Printed)
+        EXPECT_EQ(CaptureStdout([&] { error = COSSLinuxFile(Path.c_str(), flags, 0600).GetLastError(); }), Printed)
             << flags;
         EXPECT_EQ(error, Error) << flags;
     }
@@ -45,7 +42,7 @@ TEST(OSSLinuxFileLockTest, WriteOnlyHolderInAnotherProcessRefusesEveryOpen)
     const std::string path = sandbox.WriteFile("Record.bin", "data");
     CFileHolder writer(path, O_WRONLY);
     ASSERT_EQ(writer.OpenError(), 0);
-    ExpectOpens(sandbox, path, {O_RDONLY, O_WRONLY, O_RDWR}, LockedBy(path, writer.Pid(), F_WRLCK), -140);
+    ExpectOpens(path, {O_RDONLY, O_WRONLY, O_RDWR}, LockedBy(path, writer.Pid(), F_WRLCK), -140);
     writer.Release();
     EXPECT_EQ(COSSLinuxFile(path.c_str(), O_RDONLY, 0).GetLastError(), 0) << "the lock went with its holder";
 }
@@ -81,12 +78,12 @@ TEST(OSSLinuxFileLockTest, ForeignReadLockIsNamedOnceAndAMissingFileSaysNothing)
     char locked = 0;
     ASSERT_EQ(read(ready[0], &locked, 1), 1);
     ASSERT_EQ(locked, 1);
-    ExpectOpens(sandbox, path, {O_RDONLY, O_WRONLY, O_RDWR, O_WRONLY | O_CREAT}, LockedBy(path, holder, F_RDLCK), -140);
+    ExpectOpens(path, {O_RDONLY, O_WRONLY, O_RDWR, O_WRONLY | O_CREAT}, LockedBy(path, holder, F_RDLCK), -140);
     close(release[1]);
     ASSERT_EQ(waitpid(holder, nullptr, 0), holder);
     EXPECT_EQ(COSSLinuxFile(path.c_str(), O_WRONLY, 0).GetLastError(), 0) << "the lock went with its holder";
 
-    ExpectOpens(sandbox, sandbox / "missing/Record.bin", {O_RDONLY, O_WRONLY, O_WRONLY | O_CREAT}, "", ENOENT);
+    ExpectOpens(sandbox / "missing/Record.bin", {O_RDONLY, O_WRONLY, O_WRONLY | O_CREAT}, "", ENOENT);
 }
 
 TEST(OSSLinuxFileLockTest, ReadersNeverStopAWriterWhoThenHoldsTheFile)
@@ -135,7 +132,7 @@ TEST(OSSLinuxFileTest, RawReadTakesAtMostTheBufferSizeAndFailedTruncationIsPrint
     EXPECT_EQ(std::string(memory, buffer.size()), "ello world");
 
     int error = 0;
-    const std::string printed = CaptureStdout(sandbox / "stdout", [&] { error = file.Ftruncate(0); });
+    const std::string printed = CaptureStdout([&] { error = file.Ftruncate(0); });
     EXPECT_NE(error, 0);
     EXPECT_EQ(printed, "Error in COSSLinuxFile::Ftruncate(): " + std::to_string(error) + "\n");
 }

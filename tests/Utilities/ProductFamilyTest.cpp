@@ -33,31 +33,24 @@ TEST_F(ProductFamilyTest, EveryModelHasItsFamily)
         EXPECT_EQ(FamilyOf(std::getenv(variable.c_str())), row.Family) << row.Model;
     }
     EXPECT_EQ(FamilyOf("nothing like it"), cProductFamilyUnknown);
+    EXPECT_EQ(FamilyOf(nullptr), cProductFamilyUnknown);
 }
 
-TEST_F(ProductFamilyTest, OnlyTheFirstSixCharactersCount)
+// Only the first six characters count, an unset model matches nothing, and
+// the earlier row wins when two models share their first six characters.
+TEST_F(ProductFamilyTest, MatchingComparesTheFirstSixCharactersInRowOrder)
 {
     m_Sandbox.SetEnv("PRODUCT_ID_DUSKO5", "DSK5-0001");
     EXPECT_EQ(FamilyOf("DSK5-0rev7"), 9);
     EXPECT_EQ(FamilyOf("DSK5-1"), cProductFamilyUnknown);
-    // Equal values shorter than six characters match too.
     m_Sandbox.SetEnv("PRODUCT_ID_DUSKO5", "D5");
     EXPECT_EQ(FamilyOf("D5"), 9);
     EXPECT_EQ(FamilyOf("D"), cProductFamilyUnknown);
-}
-
-TEST_F(ProductFamilyTest, TheEarlierRowWinsWhenTwoModelsShareSixCharacters)
-{
+    m_Sandbox.SetEnv("PRODUCT_ID_ORVA1", nullptr);
+    EXPECT_EQ(FamilyOf("D5"), 9);
     m_Sandbox.SetEnv("PRODUCT_ID_ORVA1", "SHARED-A");
     m_Sandbox.SetEnv("PRODUCT_ID_DUSKO5", "SHARED-B");
     EXPECT_EQ(FamilyOf("SHARED-B"), 1);
-}
-
-TEST_F(ProductFamilyTest, UnsetVariablesMatchNothing)
-{
-    m_Sandbox.SetEnv("PRODUCT_ID_ORVA1", nullptr);
-    EXPECT_EQ(FamilyOf(std::getenv("PRODUCT_ID_DUSKO5")), 9);
-    EXPECT_EQ(FamilyOf(nullptr), cProductFamilyUnknown);
 }
 
 } // namespace

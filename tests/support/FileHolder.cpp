@@ -8,7 +8,6 @@
 #include <stdexcept>
 
 #include "Utilities/OSSLinuxFile.h"
-#include "tests/support/Sandbox.h"
 
 CFileHolder::CFileHolder(const std::string& Path, int Flags)
 {
@@ -52,21 +51,4 @@ void CFileHolder::Release()
         waitpid(m_Pid, nullptr, 0);
         m_Pid = -1;
     }
-}
-
-CStdoutCapture::CStdoutCapture(const std::string& ScratchFile) : m_File(ScratchFile)
-{
-    std::fflush(stdout);
-    m_Saved = dup(STDOUT_FILENO);
-    const int fd = open(m_File.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(fd, STDOUT_FILENO);
-    close(fd);
-}
-
-std::string CStdoutCapture::Restore()
-{
-    std::fflush(stdout);
-    dup2(m_Saved, STDOUT_FILENO);
-    close(m_Saved);
-    return CSandbox::ReadFile(m_File);
 }

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include <gtest/gtest.h>
+
 // Another process that opens Path through the file layer with Flags, reports
 // the open's last error and keeps the file open until Release() or the
 // holder's end: the way a second task holds a record file.
@@ -28,27 +30,11 @@ private:
 
 // What Action printed on this process's standard output.
 template <typename Action>
-std::string CaptureStdout(const std::string& ScratchFile, Action action);
-
-// Redirects standard output into ScratchFile until Restore(); non-template
-// part of CaptureStdout.
-class CStdoutCapture {
-public:
-    explicit CStdoutCapture(const std::string& ScratchFile);
-    // Restores standard output and returns what was printed.
-    std::string Restore();
-
-private:
-    std::string m_File;
-    int m_Saved;
-};
-
-template <typename Action>
-std::string CaptureStdout(const std::string& ScratchFile, Action action)
+std::string CaptureStdout(Action action)
 {
-    CStdoutCapture capture(ScratchFile);
+    testing::internal::CaptureStdout();
     action();
-    return capture.Restore();
+    return testing::internal::GetCapturedStdout();
 }
 
 #endif

@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include "Utilities/ByteBuffer.h"
+
 inline std::string Le32(uint32_t Value)
 {
     return {char(Value), char(Value >> 8), char(Value >> 16), char(Value >> 24)};
@@ -22,15 +24,25 @@ inline std::string HeaderBytes(uint32_t Id, uint32_t Size, uint32_t Version, uin
     return bytes;
 }
 
-// "0A 00 FF": bytes as a difference shows best.
-inline std::string Hex(const std::string& Bytes)
+// "0A 00 FF": bytes as a difference shows best, PerLine of them a line if
+// given, so that a difference in a long packet shows where it is.
+inline std::string Hex(const std::string& Bytes, size_t PerLine = 0)
 {
     std::string text;
     char three[4];
-    for (unsigned char byte : Bytes) {
-        text.append(three, std::snprintf(three, sizeof(three), " %02X", byte));
+    for (size_t i = 0; i < Bytes.size(); ++i) {
+        text += i == 0 ? "" : (PerLine != 0 && i % PerLine == 0) ? "\n" : " ";
+        text.append(three, std::snprintf(three, sizeof(three), "%02X", static_cast<unsigned char>(Bytes[i])));
     }
-    return text.empty() ? text : text.substr(1);
+    return text;
+}
+
+// Hands Packet to a record or message as a received packet.
+template <typename Receiver>
+auto Receive(Receiver& R, const std::string& Packet)
+{
+    const Buffer_Bytes_T buffer(const_cast<char*>(Packet.data()), Packet.size());
+    return R.DecodeMessage(&buffer);
 }
 
 // The text of a failed VESK_ASSERT on Condition.

@@ -1,6 +1,7 @@
 #include "tests/support/UnitProcess.h"
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "tests/support/TargetCommand.h"
 
@@ -19,4 +20,13 @@ int LaunchTask(const std::string& OutputFile)
     (void)OutputFile;
     return 127;
 #endif
+}
+
+pid_t TaskPidFromPidFile()
+{
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(std::getenv("PID_LOCATION"), error)) {
+        return static_cast<pid_t>(std::atoi(entry.path().filename().c_str()));
+    }
+    return -1;
 }

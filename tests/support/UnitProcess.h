@@ -1,6 +1,8 @@
 #ifndef TESTS_SUPPORT_UNITPROCESS_H
 #define TESTS_SUPPORT_UNITPROCESS_H
 
+#include <sys/types.h>
+
 #include <string>
 
 // For tests in a network namespace of their own: the unit's interface,
@@ -11,5 +13,8 @@ bool AddUnitInterface();
 // to OutputFile; returns the launcher's exit status, -1 when it did not
 // exit (an abort). The forked task is not waited for.
 int LaunchTask(const std::string& OutputFile);
+
+// The pid a task's PID file in PID_LOCATION names, or -1 when there is none.
+pid_t TaskPidFromPidFile();
 
 #endif

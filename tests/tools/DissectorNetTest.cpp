@@ -11,8 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "Database/DatabaseLocalBottomRecord.h"
-#include "Database/DatabaseSystemSettingsMessage.h"
 #include "Sonar4/Sonar4.h"
 #include "Sonar4/Sonar4MessageTable.h"
 #include "Sonar4/Sonar4PacketText.h"
@@ -113,15 +111,9 @@ TEST_F(DissectorNetTest, EveryMessageTheCodecBuildsIsDecodedFieldByField)
 TEST_F(DissectorNetTest, ACaptureOfTheTasksBroadcastShowsTheMasterBottom)
 {
     // Bottoms 1200 (secondary) and 1500 (primary), offset -300: 900.
-    CDatabaseSystemSettingsMessage settings(&m_Factory);
-    settings.SetDepthOffset(-300);
-    ASSERT_EQ(settings.writeDB(), SUCCESS);
-    for (const char* extension : {"SPT", "PPT"}) {
-        CDatabaseLocalBottomRecord bottom(&m_Factory, extension);
-        bottom.SetState(2);
-        bottom.SetDepth(extension[0] == 'S' ? 1200 : 1500);
-        ASSERT_EQ(bottom.writeDB(), SUCCESS);
-    }
+    ASSERT_EQ(RunTool({"db", "set", "SystemSettings", "DepthOffset=-300"}).Exit, 0);
+    ASSERT_EQ(RunTool({"db", "set", "LocalBottom:SPT", "Depth=1200", "State=2"}).Exit, 0);
+    ASSERT_EQ(RunTool({"db", "set", "LocalBottom:PPT", "Depth=1500", "State=2"}).Exit, 0);
     if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 && Emulator()) {
         GTEST_SKIP() << Emulator() << " refuses PR_SET_CHILD_SUBREAPER and IP_MULTICAST_IF";
     }

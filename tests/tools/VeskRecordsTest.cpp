@@ -76,9 +76,8 @@ TEST_F(VeskRecordsTest, EveryRecordIsCreatedShownAndDumpedWithItsOwnHeader)
     }
 }
 
-TEST_F(VeskRecordsTest, DbSetIsSeenByShowWithItsUnit)
+TEST_F(VeskRecordsTest, ShowGivesValuesWithTheirUnitsAndExitsByWhatIsMissing)
 {
-    ASSERT_EQ(RunTool({"db", "set", "SystemSettings", "DepthOffset=-300"}).Exit, 0);
     ASSERT_EQ(RunTool({"db", "create", "MasterBottomRecord"}).Exit, 0);
     const ToolRun_T shown = RunTool({"db", "show", "MasterBottomRecord"});
     EXPECT_EQ(shown.Exit, 0);

@@ -47,18 +47,10 @@ protected:
     int Launch()
     {
         const int status = LaunchTask(m_Sandbox / "task.out");
-        const std::string pids = RunShell("ls " + std::string(getenv("PID_LOCATION")));
-        if (!pids.empty()) {
-            m_Reap.push_back(std::atoi(pids.c_str()));
+        if (const pid_t task = TaskPidFromPidFile(); task > 0) {
+            m_Reap.push_back(task);
         }
         return status;
-    }
-
-    std::string RunShell(const std::string& Command)
-    {
-        const std::string out = m_Sandbox / "shell.out";
-        EXPECT_EQ(std::system((Command + " > " + out).c_str()), 0);
-        return CSandbox::ReadFile(out);
     }
 
     std::string Db(const std::string& Name) const { return m_Sandbox / ("nonpersisted/" + Name); }
@@ -155,7 +147,7 @@ TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
         EXPECT_EQ(CSandbox::ReadFile(corruption.Path).size(), corruption.Bytes.size() == 22 ? 22u : 562u);
         const ToolRun_T stopped = RunTool({"send", "--wait=20", "Shutdown"});
         ASSERT_EQ(stopped.Exit, 0) << stopped.Output;
-        EXPECT_EQ(RunShell("ls " + std::string(getenv("PID_LOCATION"))), "");
+        EXPECT_EQ(TaskPidFromPidFile(), -1);
     }
 }
 

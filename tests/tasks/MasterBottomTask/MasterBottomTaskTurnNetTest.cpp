@@ -17,6 +17,7 @@
 #include "tasks/MasterBottomTask/MasterBottomTask.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TargetCommand.h"
+#include "tests/support/UnitProcess.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define VESK_COUNTS_ALLOCATIONS 0
@@ -86,9 +87,7 @@ protected:
     {
         m_Sandbox.SetUnitEnvironment();
         // The namespace is this process's: every test after the first finds eth0.
-        ASSERT_EQ(std::system("ip link show eth0 >/dev/null 2>&1 || (ip link add eth0 type veth peer name eth0-peer "
-                              "&& ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && ip link set eth0-peer up)"),
-                  0);
+        ASSERT_TRUE(std::system("ip link show eth0 >/dev/null 2>&1") == 0 || AddUnitInterface());
         m_ErrorStatus.reset(new CDatabaseErrorStatusMessage(&m_Factory));
         m_Factory.SetErrorStatusMessage(m_ErrorStatus.get());
         m_Task.reset(new MasterBottomTask(&m_Factory));
