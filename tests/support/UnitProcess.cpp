@@ -24,9 +24,9 @@ int LaunchTask(const std::string& OutputFile)
 
 pid_t TaskPidFromPidFile()
 {
+    const char* const directory = std::getenv("PID_LOCATION");
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(std::getenv("PID_LOCATION"), error)) {
-        return static_cast<pid_t>(std::atoi(entry.path().filename().c_str()));
-    }
-    return -1;
+    const std::filesystem::directory_iterator first(directory ? directory : "", error);
+    return error || first == std::filesystem::directory_iterator() ? -1
+                                                                   : std::atoi(first->path().filename().c_str());
 }
