@@ -2,7 +2,7 @@
 // any text at all, of any length.
 //
 // Long texts come from short inputs: an input that starts with 0xFF is a
-// pattern, repeated 2^n times, at most 8 MB in all, so that megabytes of
+// pattern, repeated 2^n times, at most 2 MB in all, so that megabytes of
 // digits or blanks cost a seed of a few bytes and the fuzzer can still vary
 // them. The next byte gives n: 0xE8 to 0xFF give 0 to 23, any other byte
 // its value modulo 12, so that most inputs stay short (a megabyte text
@@ -21,7 +21,7 @@
 namespace {
 
 constexpr uint8_t cPatternMark = 0xFF;
-constexpr size_t cMaxText = 8u << 20;
+constexpr size_t cMaxText = 2u << 20;
 constexpr uint8_t cLongTexts = 0xE8;
 constexpr size_t cChunkSize = 1u << 20;
 
