@@ -4,28 +4,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "Database/DatabaseTransducerIdMessage.h"
-#include "Utilities/OSSLinuxFactory.h"
 #include "fuzz/FuzzUnit.h"
 
 namespace {
-
-// Quiet, and removing a rejected file without a shell: a shell per input
-// would cut the fuzzer's pace a hundredfold.
-class CDirectRemoveFactory : public COSSLinuxFactory {
-public:
-    VeskEventCode_T SendEvent(int, VeskEventCode_T, const char*, const char*) override { return SUCCESS; }
-    VeskEventCode_T RemoveFiles(const char* Path, const char* Name) override
-    {
-        std::remove((std::string(Path) + "/" + Name).c_str());
-        return SUCCESS;
-    }
-};
 
 // Every impedance of the graph's columns lies between these.
 void ImpedanceRange(ImpedanceNode_T (*Graph)[4], Impedance_Ohms_T& Low, Impedance_Ohms_T& High)
@@ -51,8 +36,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 {
-    static CDirectRemoveFactory factory;
-    static CDatabaseTransducerIdMessage record(&factory);
+    static CDatabaseTransducerIdMessage record(FuzzUnit::Factory());
     constexpr size_t cSize = CDatabaseTransducerIdMessage::cTransducerIdSize;
 
     const FpgaRegisterValues_T before = record.GetTransducerId();
