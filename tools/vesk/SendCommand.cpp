@@ -12,7 +12,7 @@
 
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/PipeSender.h"
-#include "Utilities/TaskPidFiles.h"
+#include "tools/vesk/TaskPidFiles.h"
 #include "tools/vesk/ToolCommand.h"
 
 namespace {
@@ -41,7 +41,7 @@ double Now()
 bool AnyAlive(const std::string& PidDirectory, const std::string& Pipe)
 {
     for (const CTaskPidFiles::Entry_T& entry : CTaskPidFiles::Find(PidDirectory, Pipe)) {
-        if (entry.Alive) {
+        if (entry.IsTask) {
             return true;
         }
     }
