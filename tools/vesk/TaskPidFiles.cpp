@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -57,20 +58,28 @@ bool IsZombieOrGone(int Pid)
 }
 
 // Under a user-mode emulator the process runs the emulator, which takes the
-// program as its first argument (or second, after the emulator's own name).
+// program as its first or second argument, or after its own options
+// ("qemu-arm -L SYSROOT PROGRAM").
 bool EmulatedCommandLineIs(int Pid, const std::string& Executable)
 {
     if (std::getenv("VESK_EMULATOR") == nullptr) {
         return false;
     }
     const std::string line = ProcText(Pid, "cmdline");
-    size_t start = 0;
-    for (int argument = 0; argument < 2 && start < line.size(); ++argument) {
-        const size_t end = line.find('\0', start);
-        if (BaseName(line.substr(start, end - start)) == Executable) {
+    std::vector<std::string> arguments;
+    for (size_t start = 0; start < line.size();) {
+        const size_t end = std::min(line.find('\0', start), line.size());
+        arguments.push_back(line.substr(start, end - start));
+        start = end + 1;
+    }
+    size_t program = 1;
+    while (program < arguments.size() && arguments[program].compare(0, 1, "-") == 0) {
+        program += 2;
+    }
+    for (const size_t index : {size_t{1}, size_t{2}, program}) {
+        if (index < arguments.size() && BaseName(arguments[index]) == Executable) {
             return true;
         }
-        start = end == std::string::npos ? line.size() : end + 1;
     }
     return false;
 }
