@@ -281,8 +281,11 @@ bool CPcapReader::ReadBlockFrame(std::vector<uint8_t>& Frame)
             }
             return false;
         }
-        const uint32_t type = LittleEndian::Read<uint32_t>(head.data());
-        if (type == cBlockSectionHeader) {
+        // The section header's type reads the same in either byte order;
+        // the other types are in the order of their section.
+        const bool section = LittleEndian::Read<uint32_t>(head.data()) == cBlockSectionHeader;
+        const uint32_t type = section ? cBlockSectionHeader : Get32(head.data());
+        if (section) {
             // The section header's length is in its own byte order, told by
             // the magic that follows it.
             if (!Fill(4)) {

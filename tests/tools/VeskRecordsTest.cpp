@@ -205,7 +205,9 @@ TEST_F(VeskRecordsTest, AnythingButARecordFileAtARecordsNameIsNamedAndMovedAside
         const ToolRun_T checked = RunTool({"check"});
         const ToolRun_T shown = RunTool({"db", "show", "MasterBottomRecord"});
         const ToolRun_T dumped = RunTool({"dump", "--files", path});
-        for (const ToolRun_T& run : {checked, shown, dumped}) {
+        const ToolRun_T captured = RunTool({"dump", "--pcap", path});
+        EXPECT_EQ(captured.Exit, 3) << captured.Output;
+        for (const ToolRun_T& run : {checked, shown, dumped, captured}) {
             EXPECT_FALSE(run.Killed) << run.Output;
             EXPECT_LT(run.MaxRssKb, cSmallKb);
         }
