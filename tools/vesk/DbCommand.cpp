@@ -350,5 +350,6 @@ const ToolCommand_T cDbCommand = {
     "\n"
     "exit: 0 done; 1 the store or creation failed, or the file is flagged;\n"
     "      2 wrong command line;\n"
-    "      3 a directory variable is unset or a file unreadable\n",
+    "      3 a directory variable is unset, or the file unreadable, no regular\n"
+    "        file or larger than the record\n",
     &Run};

@@ -255,8 +255,12 @@ const ToolCommand_T cDumpCommand = {
     "by default those of ServiceInfo.bin in DATABASE_DIR_SYSTEM_DATA (or of\n"
     "--service-info FILE), and runs until stopped, N seconds or N packets.\n"
     "--save also writes what it receives to a capture file (pcap) that\n"
-    "capture tools open. --pcap reads UDP datagrams from such a file.\n"
+    "capture tools open. --pcap reads UDP datagrams from a capture file of\n"
+    "either format capture tools write (pcap or pcapng; raw IPv4, Ethernet or\n"
+    "Linux cooked frames). A UDP length beyond the captured bytes gives the\n"
+    "payload as captured; a frame whose UDP length is below 8 is skipped.\n"
     "\n"
-    "exit: 0 every packet was sound; 1 a packet was flagged; 2 wrong command\n"
-    "      line; 3 a file, variable or socket could not be used\n",
+    "exit: 0 every packet was sound; 1 a packet was flagged, or nothing was\n"
+    "      received; 2 wrong command line; 3 a file, variable or socket could\n"
+    "      not be used (a file that is no regular file, or too large)\n",
     &Run};
