@@ -65,6 +65,10 @@ TEST_F(VeskUnitNetTest, ACompleteUnitPassesAndAPartialOneHasEachFaultNamed)
     EXPECT_EQ(clean.Exit, 0) << clean.Output;
     EXPECT_TRUE(clean.Says("network: sends from 10.0.0.2")) << clean.Output;
     EXPECT_TRUE(clean.Says("check: a start can succeed")) << clean.Output;
+    // A dump that receives nothing did not see what it was run for.
+    const ToolRun_T silent = RunTool({"dump", "--group", "127.0.0.1", "--port", "3999", "--seconds", "1"});
+    EXPECT_EQ(silent.Exit, 1) << silent.Output;
+    EXPECT_TRUE(silent.Says("vesk dump: nothing received")) << silent.Output;
 
     struct Fault_T {
         const char* Variable;
