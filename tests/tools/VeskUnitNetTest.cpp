@@ -193,7 +193,7 @@ TEST_F(VeskUnitNetTest, RepairRemovesThePidFileOfATaskThatDied)
 
     const ToolRun_T noted = RunTool({"check"});
     EXPECT_EQ(noted.Exit, 0) << noted.Output;
-    EXPECT_TRUE(noted.Says(stale + ": stale PID file: process " + std::to_string(task) + " is not the task [repairable]"))
+    EXPECT_TRUE(noted.Says(stale + ": stale PID file: process " + std::to_string(task) + " no longer runs [repairable]"))
         << noted.Output;
     EXPECT_EQ(RunTool({"send", "alive"}).Exit, 1);
     EXPECT_EQ(RunTool({"check", "--repair"}).Exit, 0);

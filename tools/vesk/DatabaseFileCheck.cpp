@@ -165,7 +165,7 @@ void CDatabaseFileCheck::Repair(const RecordFileExpectation_T& Record, ConfigFin
     // damaged the unit.
     const std::string aside = CToolFile::MoveAside(path);
     if (!aside.empty()) {
-        Findings.push_back(Note(path, "moved to " + aside + " (it " + found.back().Text + ")"));
+        Findings.push_back(Note(path, "moved to " + aside + " (" + found.back().Text + ")"));
     } else {
         Findings.push_back(Problem(path, std::string("cannot be moved aside: ") + std::strerror(errno)));
     }

@@ -1,9 +1,11 @@
 #include "tools/vesk/TaskPidFiles.h"
 
 #include <dirent.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -149,6 +151,8 @@ std::vector<CTaskPidFiles::Entry_T> CTaskPidFiles::Find(const std::string& Direc
         // The master bottom task's file must name its executable; another
         // task's is taken at the word of its first line.
         entry.IsTask = IsTaskProcess(entry.Pid, entry.CommandPipe == cTaskPipe ? cTaskExecutable : entry.TaskName);
+        // EPERM: another user's process has the number.
+        entry.Exists = kill(entry.Pid, 0) == 0 || errno == EPERM;
         found.push_back(entry);
     }
     closedir(directory);

@@ -21,6 +21,8 @@ public:
         // The process named in the file is the task (see IsTaskProcess;
         // for the master bottom task's pipe its executable is required).
         bool IsTask = false;
+        // Some process has the number (the task, or one that reused it).
+        bool Exists = false;
     };
 
     // Every "<pid>.txt" file in Directory whose command-pipe line equals

@@ -200,7 +200,9 @@ void CUnitConfigCheck::CheckInstances(ConfigFindings_T& Findings)
             // but it misleads whoever looks for the running task, and a
             // number reused by another process would pass for the task.
             Findings.push_back({ConfigFinding_T::NOTE, entry.Path,
-                                "stale PID file: process " + std::to_string(entry.Pid) + " is not the task", true});
+                                "stale PID file: process " + std::to_string(entry.Pid) +
+                                    (entry.Exists ? " is not the task" : " no longer runs"),
+                                true});
         }
     }
 }
