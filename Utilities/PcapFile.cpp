@@ -1,5 +1,6 @@
 #include "Utilities/PcapFile.h"
 
+#include <fcntl.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -93,9 +94,16 @@ bool IpOffset(uint32_t LinkType, const std::vector<uint8_t>& Frame, size_t& Offs
 
 } // namespace
 
-CPcapWriter::CPcapWriter(const std::string& Path) : m_pFile(std::fopen(Path.c_str(), "wb"))
+CPcapWriter::CPcapWriter(const std::string& Path) : m_pFile(nullptr)
 {
+    // A link planted at the name must not send the capture elsewhere.
+    const int fd = open(Path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        return;
+    }
+    m_pFile = fdopen(fd, "wb");
     if (m_pFile == nullptr) {
+        close(fd);
         return;
     }
     uint8_t header[24] = {};

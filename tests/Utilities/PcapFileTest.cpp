@@ -157,6 +157,16 @@ TEST_F(PcapFileTest, DatagramsWrittenAreReadBackWhole)
     close(fd);
 }
 
+TEST_F(PcapFileTest, AWriterRefusesALinkAtItsName)
+{
+    const std::string outside = m_Sandbox / "outside";
+    const std::string path = m_Sandbox / "unit.pcap";
+    ASSERT_EQ(symlink(outside.c_str(), path.c_str()), 0);
+    CPcapWriter writer(path);
+    EXPECT_FALSE(writer.Ok());
+    EXPECT_NE(access(outside.c_str(), F_OK), 0);
+}
+
 // A classic capture made elsewhere: big-endian header, Ethernet frames, one
 // of them not IPv4, one cut off inside its record.
 TEST_F(PcapFileTest, ForeignCapturesAreReadAndDamageIsNamed)
