@@ -19,7 +19,7 @@
 #include "Database/DatabaseRecordingStatusMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "tests/support/TestBytes.h"
-#include "tests/support/RecordingFactory.h"
+#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
 
 // The machinery is shared: it is proven here on the master bottom record;
@@ -56,7 +56,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CFaultyFactory m_Factory;
 };
 
 TEST_F(DatabaseRecordTest, AUnitInfoFileOfAnotherAddressIsBroughtUpToDate)
@@ -133,12 +133,14 @@ TEST_F(DatabaseRecordTest, WhatIsNoRegularFileAtTheNameIsNoRecordFile)
     EXPECT_NE(record.GetMasterDepth(), 777);
     std::remove(Path().c_str());
 
-    // A link to a whole record is replaced by nothing of its own: the
-    // defaults go where the link points.
+    // Nor is a link to a whole record, and nothing is ever written through
+    // one: the defaults' store fails as a failed open fails.
     ASSERT_EQ(symlink(elsewhere.c_str(), Path().c_str()), 0);
-    EXPECT_EQ(record.readDB(), SUCCESS);
+    EXPECT_EQ(record.readDB(), ELOOP);
+    EXPECT_EQ(TakeWhys(" CheckForFile"), std::vector<std::string>{"failed to write to DB"});
     EXPECT_NE(record.GetMasterDepth(), 777);
-    EXPECT_NE(CSandbox::ReadFile(elsewhere), stored);
+    EXPECT_EQ(record.writeDB(), ELOOP);
+    EXPECT_EQ(CSandbox::ReadFile(elsewhere), stored);
     std::remove(Path().c_str());
 
     WriteFileBytes("");
@@ -150,13 +152,12 @@ TEST_F(DatabaseRecordTest, WhatIsNoRegularFileAtTheNameIsNoRecordFile)
 
 TEST_F(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
 {
-    m_Factory.m_FailOpenWith = EACCES;
-    m_Factory.m_FailOpenCount = 1;
+    m_Factory.Arm(FAULT_OPEN, 1, EACCES);
     Record record(&m_Factory);
     EXPECT_EQ(record.GetLastError(), EACCES);
     EXPECT_EQ(TakeWhys(" constructor"), std::vector<std::string>{"failed to write to DB"});
 
-    ASSERT_EQ(symlink("/dev/full", Path().c_str()), 0);
+    m_Factory.Arm(FAULT_WRITE, 1, ENOSPC);
     EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
     EXPECT_EQ(m_Factory.m_Events.at(0).Code, ENOSPC);
     EXPECT_EQ(TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
@@ -256,9 +257,9 @@ TEST_F(DatabaseRecordFieldsTest, RecordingStatusFailedStoresAndLoadsReportNothin
     m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", (m_Sandbox / "nonpersisted").c_str());
 
     CDatabaseRecordingStatusMessage record(&m_Factory);
-    ASSERT_EQ(unlink(path.c_str()), 0);
-    ASSERT_EQ(symlink("/dev/full", path.c_str()), 0);
+    m_Factory.Arm(FAULT_WRITE, 1, ENOSPC);
     EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_TRUE(m_Factory.Fired());
     ASSERT_EQ(unlink(path.c_str()), 0);
     // A short file is still reported as the loads of every record report it.
     m_Sandbox.WriteFile("nonpersisted/RecordingStatus.bin", "short");
