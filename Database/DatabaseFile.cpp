@@ -217,10 +217,9 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
         return SUCCESS;
     }
     RemoveIfShorterThan(Size);
-    if (!m_FileDescription.ReportsStoreFailures) {
-        return SUCCESS;
+    if (m_FileDescription.ReportsStoreFailures) {
+        m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     }
-    m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     return FAILED_TO_WRITE_FILE_CONTENTS;
 }
 

@@ -122,9 +122,9 @@ protected:
 
     // Writes the Size bytes in place and cuts the file after them (it may
     // have been longer) only once they are all written. A failed or short
-    // write is reported at "<class>::Operation" with WhyFailed: -142
-    // (SUCCESS for records that ignore failed stores); it never leaves the
-    // file shorter than it was.
+    // write is reported at "<class>::Operation" with WhyFailed (unless the
+    // record ignores failed stores): -142; it never leaves the file shorter
+    // than it was.
     VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
                                const char* Operation = "writeDB") const;
     // Reads exactly Size bytes into Bytes, where OpenForLoad's First and
@@ -141,6 +141,12 @@ protected:
     // Keeps a failure of construction-time work as the last error.
     void SetLastError(VeskEventCode_T Error) { m_LastError = Error; }
 
+    // What a store answers after its write: a failed write of a record
+    // that ignores failed stores is SUCCESS.
+    VeskEventCode_T Written(VeskEventCode_T Result) const
+    {
+        return Result == FAILED_TO_WRITE_FILE_CONTENTS && !m_FileDescription.ReportsStoreFailures ? SUCCESS : Result;
+    }
     // The existing file opened for a store, or null with Result as Open
     // gives it (ENOENT when there is none).
     std::unique_ptr<IOSSFile> OpenExistingForStore(VeskEventCode_T& Result) const;
@@ -175,7 +181,7 @@ VeskEventCode_T CDatabaseFile::Store(Writer&& Write)
 {
     VeskEventCode_T result;
     if (const std::unique_ptr<IOSSFile> file = OpenExistingForStore(result)) {
-        return Write(*file);
+        return Written(Write(*file));
     }
     if (result != ENOENT) {
         return result;
@@ -183,9 +189,11 @@ VeskEventCode_T CDatabaseFile::Store(Writer&& Write)
     {
         CNewFile made(m_pFactory, m_DatabaseFilePath, cRecordFileMode);
         if (IOSSFile* const file = made.File()) {
+            // A new file that is not whole is never put in place, not even
+            // for a record that takes a failed store lightly.
             result = Write(*file);
             if (result != SUCCESS) {
-                return result;
+                return Written(result);
             }
             result = made.Publish();
         } else {
@@ -202,7 +210,7 @@ VeskEventCode_T CDatabaseFile::Store(Writer&& Write)
         return SUCCESS;
     }
     const std::unique_ptr<IOSSFile> file = OpenExistingForStore(result);
-    return file ? Write(*file) : result;
+    return file ? Written(Write(*file)) : result;
 }
 
 #endif
