@@ -150,6 +150,54 @@ TEST_F(DatabaseRecordTest, WhatIsNoRegularFileAtTheNameIsNoRecordFile)
     EXPECT_FALSE(CSandbox::Exists(Path()));
 }
 
+// Another process may make the file while this one makes it: its file is
+// kept (and loaded) rather than overwritten with defaults, while a value of
+// this record's own is stored into it as into any existing file.
+TEST_F(DatabaseRecordTest, AFileMadeMeanwhileElsewhereKeepsItsContentAgainstDefaultsOnly)
+{
+    const std::string theirs = Image(116, 1234, 0x33);
+    m_Factory.m_BeforeLink = [&](const std::string& Name) {
+        if (Name == Path()) {
+            WriteFileBytes(theirs);
+        }
+    };
+    Record record(&m_Factory);
+    EXPECT_EQ(record.GetLastError(), SUCCESS);
+    EXPECT_EQ(FileBytes(), theirs);
+    EXPECT_EQ(PacketOf(record), theirs);
+
+    ASSERT_EQ(std::remove(Path().c_str()), 0);
+    EXPECT_EQ(record.readDB(), SUCCESS);
+    EXPECT_EQ(FileBytes(), theirs) << "recreating the missing file gave way too";
+
+    ASSERT_EQ(std::remove(Path().c_str()), 0);
+    record.SetMasterDepth(777);
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_EQ(FileBytes(), PacketOf(record));
+    EXPECT_NE(FileBytes(), theirs);
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
+
+// A process that dies while it makes the file leaves none: the next one
+// finds it missing, not empty.
+TEST_F(DatabaseRecordTest, AProcessKilledWhileMakingTheFileLeavesNoFile)
+{
+    std::fflush(stdout);
+    const pid_t maker = fork();
+    if (maker == 0) {
+        m_Factory.m_BeforeLink = [](const std::string&) { _exit(0); };
+        Record record(&m_Factory);
+        _exit(1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(maker, &status, 0), maker);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "died making the file";
+    EXPECT_FALSE(CSandbox::Exists(Path()));
+    Record record(&m_Factory);
+    EXPECT_EQ(FileBytes(), PacketOf(record));
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
+
 TEST_F(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
 {
     m_Factory.Arm(FAULT_OPEN, 1, EACCES);

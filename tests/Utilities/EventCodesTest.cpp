@@ -232,6 +232,30 @@ TEST_F(EventCodesTest, AcknowledgementArrivesByteForByteUnlessTooLongAndAnUnsetP
                  "name of a valid Environment Variable or it is not set\"' failed");
 }
 
+// Messages go into a FIFO only, and never through a symbolic link at the
+// pipe's name, not even to a FIFO: a link fails as the open fails, anything
+// but a FIFO is no pipe. Neither is written to.
+TEST_F(EventCodesTest, PipeMessagesGoOnlyIntoAFifoAndNeverThroughALink)
+{
+    const std::string fifo = std::getenv("IPC_ERROR_HANDLER_TASK");
+    CFifoReader handler(fifo);
+    const std::string outside = m_Sandbox.WriteFile("outside", "kept");
+    const std::string toFifo = m_Sandbox / "to-fifo";
+    const std::string toFile = m_Sandbox / "to-file";
+    ASSERT_EQ(symlink(fifo.c_str(), toFifo.c_str()), 0);
+    ASSERT_EQ(symlink(outside.c_str(), toFile.c_str()), 0);
+    const std::string plain = m_Sandbox.WriteFile("plain.fifo", "kept");
+    const std::pair<std::string, VeskEventCode_T> rows[] = {
+        {toFifo, ELOOP}, {toFile, ELOOP}, {plain, PIPE_OPEN_FAILURE}, {fifo, SUCCESS}};
+    for (const auto& [path, result] : rows) {
+        m_Sandbox.SetEnv("IPC_ERROR_HANDLER_TASK", path.c_str());
+        EXPECT_EQ(m_Factory.SendAckToErrorHandler("ACK_MasterBottomTask"), result) << path;
+    }
+    EXPECT_EQ(handler.Drain(), "MasterBottomTask:ACK_MasterBottomTask\0"s);
+    EXPECT_EQ(CSandbox::ReadFile(outside), "kept");
+    EXPECT_EQ(CSandbox::ReadFile(plain), "kept");
+}
+
 TEST_F(EventCodesTest, EachLineReachesARedirectedStdoutOnceAcrossForks)
 {
     const std::string output = m_Sandbox / "stdout.txt";
