@@ -186,22 +186,11 @@ VeskEventCode_T CDatabaseFile::Store(Writer&& Write)
     if (result != ENOENT) {
         return result;
     }
-    {
-        CNewFile made(m_pFactory, m_DatabaseFilePath, cRecordFileMode);
-        if (IOSSFile* const file = made.File()) {
-            // A new file that is not whole is never put in place, not even
-            // for a record that takes a failed store lightly.
-            result = Write(*file);
-            if (result != SUCCESS) {
-                return Written(result);
-            }
-            result = made.Publish();
-        } else {
-            result = made.OpenError();
-        }
-        if (result != EEXIST) {
-            return result;
-        }
+    // A new file that is not whole is never put in place, not even for a
+    // record that takes a failed store lightly.
+    result = CNewFile::Make(m_pFactory, m_DatabaseFilePath, cRecordFileMode, Write);
+    if (result != EEXIST) {
+        return Written(result);
     }
     // Another process made the file first. Defaults give way to it; a value
     // of this record's own is stored in it as in any existing file.

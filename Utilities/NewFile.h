@@ -38,6 +38,22 @@ public:
     // name already (a link included), or the errno of the failed link.
     VeskEventCode_T Publish();
 
+    // Makes the file Name with what Write puts into the file it is given
+    // (returning SUCCESS or its failure). SUCCESS, EEXIST when something was
+    // at the name first (then left as it is), or the failure of the open
+    // (OSS_FILE_FAILURE when the factory gave no file), of Write or of the
+    // link; on every failure the name is as it was.
+    template <typename Writer>
+    static VeskEventCode_T Make(IOSSFactory* pFactory, const std::string& Name, int Mode, Writer&& Write)
+    {
+        CNewFile made(pFactory, Name, Mode);
+        if (made.File() == nullptr) {
+            return made.OpenError() != SUCCESS ? made.OpenError() : OSS_FILE_FAILURE;
+        }
+        const VeskEventCode_T written = Write(*made.File());
+        return written != SUCCESS ? written : made.Publish();
+    }
+
 private:
     IOSSFactory* const m_pFactory;
     const std::string m_Name;

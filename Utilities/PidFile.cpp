@@ -64,24 +64,17 @@ VeskEventCode_T CPidFile::WritePidFile()
     // not exist shows up as the open failing below.
     m_pFactory->CreateFullPath(directory);
 
+    // Made whole before it appears: the waiting parent, and anyone who lists
+    // the running tasks, never finds it empty.
     const std::string path = PidFilePath(m_Pid);
-    {
-        // Made whole before it appears: the waiting parent, and anyone who
-        // lists the running tasks, never finds it empty.
-        CNewFile made(m_pFactory, path, cPidFileMode);
-        VeskEventCode_T result = made.OpenError();
-        if (IOSSFile* const file = made.File()) {
-            result = WriteLines(*file) ? made.Publish() : OSS_FILE_FAILURE;
-            if (result == SUCCESS) {
-                return SUCCESS;
-            }
-        } else if (result == SUCCESS) {
-            // The factory gave no file object.
-            result = OSS_FILE_FAILURE;
-        }
-        if (result != EEXIST) {
-            return NO_ROOT_DIR_ENVVAR_PRESENT;
-        }
+    const VeskEventCode_T made = CNewFile::Make(m_pFactory, path, cPidFileMode, [this](IOSSFile& File) {
+        return WriteLines(File) ? SUCCESS : OSS_FILE_FAILURE;
+    });
+    if (made == SUCCESS) {
+        return SUCCESS;
+    }
+    if (made != EEXIST) {
+        return NO_ROOT_DIR_ENVVAR_PRESENT;
     }
 
     // The file of an earlier process that had this pid: written over in
