@@ -43,6 +43,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 // Only a bound on how long a broken task is waited for, never a measure.
 constexpr auto cPatience = std::chrono::seconds(20);
+// The task's answer to "Are You Alive?", as the error handler receives it.
+const std::string cAck = std::string("MasterBottomTask:ACK_MasterBottomTask") + '\0';
 
 class MasterBottomTaskNetTest : public ::testing::Test {
 protected:
@@ -109,6 +111,18 @@ protected:
         ASSERT_GE(fd, 0);
         ASSERT_EQ(write(fd, Command.c_str(), Command.size() + 1), static_cast<ssize_t>(Command.size() + 1));
         close(fd);
+    }
+
+    // What reaches the error handler's pipe until an acknowledgement's
+    // length has come, or until the patience is over.
+    std::string AwaitAck()
+    {
+        std::string received;
+        for (const auto deadline = Clock::now() + cPatience; received.size() < cAck.size() && Clock::now() < deadline;) {
+            received += m_ErrorHandler->Drain();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return received;
     }
 
     // Exit status of the task after it has ended by itself (a task that
@@ -237,17 +251,12 @@ TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilentlyAndReportsComma
     ASSERT_EQ(Launch(), 0) << Output();
     const std::string before = Output();
     SendCommand("Are You Alive?");
-    const std::string ack = "MasterBottomTask:ACK_MasterBottomTask" + std::string(1, '\0');
-    std::string received;
-    for (const auto deadline = Clock::now() + cPatience; received.size() < ack.size() && Clock::now() < deadline;) {
-        received += m_ErrorHandler->Drain();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    const std::string received = AwaitAck();
     EXPECT_EQ(Output(), before);
     SendCommand("UpdateSystemSettings");
     SendCommand("Shutdown");
     ASSERT_EQ(WaitForTaskExit(), 0);
-    EXPECT_EQ(received + m_ErrorHandler->Drain(), ack);
+    EXPECT_EQ(received + m_ErrorHandler->Drain(), cAck);
     const std::string output = Output();
     EXPECT_NE(output.find("3::MasterBottomTask:PIPE_COMMAND_UNKNOWN (-127) @ "), std::string::npos) << output;
     EXPECT_NE(output.find(" in MasterBottomTask::Start because Command decode Unknown (OptDebug Build)\n"),
@@ -331,13 +340,7 @@ TEST_F(MasterBottomTaskNetTest, StartedWithClosedStandardStreamsItStillServesIts
     EXPECT_GE(pipeDescriptor, 3);
 
     SendCommand("Are You Alive?");
-    const std::string ack = "MasterBottomTask:ACK_MasterBottomTask" + std::string(1, '\0');
-    std::string received;
-    for (const auto deadline = Clock::now() + cPatience; received.size() < ack.size() && Clock::now() < deadline;) {
-        received += m_ErrorHandler->Drain();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    EXPECT_EQ(received, ack);
+    EXPECT_EQ(AwaitAck(), cAck);
     SendCommand("Shutdown");
     EXPECT_EQ(WaitForTaskExit(), 0);
 }
