@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Utilities/OSSLinuxFactory.h"
+#include "Utilities/StandardStreams.h"
 #include "tools/vesk/EnvFile.h"
 #include "tools/vesk/ToolCommand.h"
 
@@ -60,6 +61,10 @@ bool LoadEnvironment(const char* Given)
 
 int main(int argc, char** argv)
 {
+    // Before anything is opened: a file or pipe must never land on 0, 1 or 2.
+    if (!OpenStandardStreams()) {
+        return TOOL_UNAVAILABLE;
+    }
     int first = 1;
     const char* envFile = nullptr;
     if (first < argc && std::strcmp(argv[first], "--env") == 0) {
