@@ -71,24 +71,29 @@ done
 mkdir -p "$dbgsym/usr/share/doc"
 ln -s "$package" "$dbgsym/usr/share/doc/$package-dbgsym"
 
-# The libraries' packages at the versions the programs need. dpkg-shlibdeps
-# reads a source package's control file; a cross build's libraries are
-# those of the cross toolchain, whose packages carry a -ARCH-cross suffix
-# on the name of the target's package they are made from.
+# The libraries' packages at the versions the programs need, as
+# dpkg-shlibdeps finds them in the package database of the target's
+# architecture. dpkg-shlibdeps reads a source package's control file.
 mkdir -p "$work/src/debian"
 printf 'Source: %s\n\nPackage: %s\nArchitecture: any\n' "$package" "$package" >"$work/src/debian/control"
-shlibdeps_args=()
-[ -d "/usr/$triple/lib" ] && shlibdeps_args+=("-l/usr/$triple/lib")
-if shlibs=$(cd "$work/src" && DEB_HOST_ARCH=$arch dpkg-shlibdeps -O "${shlibdeps_args[@]}" "${programs[@]}" \
-                2>"$work/shlibdeps.log"); then
-    shlibs=$(sed -e 's/^shlibs:Depends=//' -e "s/-$arch-cross\b//g" <<<"$shlibs")
+shlibs=
+if ! command -v dpkg-shlibdeps >/dev/null; then
+    why="dpkg-shlibdeps is not installed"
+elif ! dpkg-query -W -f='${Status}' "libc6:$arch" 2>/dev/null | grep -q 'ok installed'; then
+    # A cross build on a machine without the target's libraries as
+    # packages (the cross toolchain's copies have no usable shlibs).
+    why="no $arch libraries installed as packages"
+elif shlibs=$(cd "$work/src" && DEB_HOST_ARCH=$arch dpkg-shlibdeps -O "${programs[@]}" 2>"$work/shlibdeps.log"); then
+    shlibs=${shlibs#shlibs:Depends=}
 else
-    # No package database that knows the target's libraries: what the
-    # product needs on Debian 12 (C++17 library, C library with the 64-bit
-    # time functions).
-    echo "dpkg-shlibdeps could not resolve the libraries ($(tail -n 1 "$work/shlibdeps.log")):" \
-         "fixed versions used" >&2
-    shlibs="libc6 (>= 2.34), libgcc-s1 (>= 3.0), libstdc++6 (>= 11)"
+    why=$(tail -n 1 "$work/shlibdeps.log")
+    shlibs=
+fi
+if [ -z "$shlibs" ]; then
+    # What the programs need on Debian 12 on every architecture: the C
+    # library with the 64-bit time functions, the C++17 library.
+    shlibs="libc6 (>= 2.34), libgcc-s1 (>= 3.5), libstdc++6 (>= 11)"
+    echo "$why: fixed dependencies $shlibs" >&2
 fi
 
 installed_size() { du -k -s --apparent-size "$1" | cut -f1; }

@@ -5,12 +5,21 @@
 # Usage: check-package.sh BUILD_SCRIPT BUILD_DIR DEBIAN_ARCH LUA_PLUGIN_DIR SANITIZED
 set -euo pipefail
 build_deb=$1 build=$2 arch=$3 plugins=${4#/} sanitized=$5
+# The capture tools' global plugins are under the architecture's multiarch
+# library directory; dpkg knows its name, the build only says where it put it.
+if multiarch=$(dpkg-architecture -a"$arch" -qDEB_HOST_MULTIARCH 2>/dev/null); then
+    plugins=usr/lib/$multiarch/wireshark/plugins
+fi
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 "$build_deb" "$build" "$out" 1.2.3 >"$out/build.log" 2>&1 || { cat "$out/build.log"; exit 1; }
 deb=$out/vesk-master-bottom-task_1.2.3_${arch}.deb
 dbgsym=$out/vesk-master-bottom-task-dbgsym_1.2.3_${arch}.deb
-[ -f "$deb" ] && [ -f "$dbgsym" ] || { echo "not made: $(basename "$deb") and its dbgsym"; ls "$out"; exit 1; }
+if [ ! -f "$deb" ] || [ ! -f "$dbgsym" ]; then
+    echo "not made: $(basename "$deb") and its dbgsym"
+    ls "$out"
+    exit 1
+fi
 
 status=0
 problem() { echo "$*"; status=1; }
