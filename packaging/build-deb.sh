@@ -20,7 +20,6 @@ cache() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
 package=vesk-master-bottom-task
 version=${3:-$(cache CMAKE_PROJECT_VERSION)}
 arch=$(cache VESK_DEB_ARCH)
-triple=$(cache VESK_TARGET_TRIPLE)
 # The target's binutils: a cross build's are named after its triple.
 objcopy=$(cache CMAKE_OBJCOPY)
 strip=$(cache CMAKE_STRIP)
@@ -149,6 +148,11 @@ for tree in "$root" "$dbgsym"; do
     [ ! -e "$tree/DEBIAN/conffiles" ] || chmod 0644 "$tree/DEBIAN/conffiles"
 done
 
+if [ -n "${SOURCE_DATE_EPOCH:-}" ]; then
+    # A reproducible build: no file newer than the sources' date.
+    find "$root" "$dbgsym" -newermt "@$SOURCE_DATE_EPOCH" -print0 |
+        xargs -0r touch --no-dereference --date="@$SOURCE_DATE_EPOCH"
+fi
 dpkg-deb --root-owner-group --build "$root" "$out/${package}_${version}_${arch}.deb" >/dev/null
 dpkg-deb --root-owner-group --build "$dbgsym" "$out/${package}-dbgsym_${version}_${arch}.deb" >/dev/null
 echo "$out/${package}_${version}_${arch}.deb"
