@@ -47,26 +47,6 @@ ip link set eth0-peer up
 mkdir "$dir/bin"
 cp "$task" "$dir/bin/MasterBottomTask"
 cp "$tool" "$dir/bin/vesk"
-identity_checked=yes
-if ! "$tool" pid --help >/dev/null 2>&1; then
-    # A tool from before "vesk pid": the same answer from the task's PID
-    # files, the process checked through /proc. Its "check" still takes a
-    # PID file of any live process for the task, so the planted task PID
-    # file is left out below.
-    identity_checked=no
-    mv "$dir/bin/vesk" "$dir/bin/vesk.real"
-    cat >"$dir/bin/vesk" <<EOF
-#!/bin/sh
-[ "\$1" = pid ] || exec "$dir/bin/vesk.real" "\$@"
-[ -n "\${PID_LOCATION:-}" ] || exit 3
-for file in "\$PID_LOCATION"/*.txt; do
-    [ "\$(sed -n 2p "\$file" 2>/dev/null)" = IPC_MASTER_BOTTOM_TASK ] || continue
-    pid=\$(sed -n 3p "\$file")
-    [ "\$(readlink "/proc/\$pid/exe" 2>/dev/null)" = "$dir/bin/MasterBottomTask" ] && { echo "\$pid"; exit 0; }
-done
-exit 1
-EOF
-fi
 chmod 0755 "$dir"/bin/*
 
 sed -e "s|/run/vesk|$dir/run|g" -e "s|/var/lib/vesk|$dir/lib|g" \
@@ -93,9 +73,7 @@ decoy=$!
 others+=("$decoy")
 plant() {
     echo "$decoy" >"$pidfile"
-    if [ $identity_checked = yes ]; then
-        printf 'MasterBottomTask\nIPC_MASTER_BOTTOM_TASK\n%s\n13.34\n' "$decoy" >"$dir/run/pid/$decoy.txt"
-    fi
+    printf 'MasterBottomTask\nIPC_MASTER_BOTTOM_TASK\n%s\n13.34\n' "$decoy" >"$dir/run/pid/$decoy.txt"
 }
 plant
 
@@ -131,5 +109,5 @@ out=$(run stop) || fail "stop of a stopped task: $out"
 for other in "${others[@]}"; do
     kill -0 "$other" 2>/dev/null || fail "process $other, not the task, did not survive"
 done
-echo "init script: started as $user beside another vesk and planted pid files (task PID file:" \
-     "$identity_checked), refused a second instance, stopped; nothing else signalled"
+echo "init script: started as $user beside another vesk and planted pid files," \
+     "refused a second instance, stopped; nothing else signalled"
