@@ -55,9 +55,8 @@ configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/VeskConfig.cmake.in
 # this version, and the rule for them is the major version: within one the
 # headers only grow, so a task written for 13.x builds with any later 13.y;
 # the major version is raised when a class, a record layout or a signature a
-# task may use changes or goes. The file
-# also refuses a library built for another pointer width (an amd64 install
-# for an armhf task).
+# task may use changes or goes. The file also refuses a library built for
+# another pointer width (an amd64 install for an armhf task).
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/VeskConfigVersion.cmake VERSION ${PROJECT_VERSION}
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/VeskConfig.cmake ${CMAKE_BINARY_DIR}/VeskConfigVersion.cmake

@@ -4,10 +4,12 @@
 // "MasterBottomRecord.bin", builds the packet the master bottom task would
 // send from that file, prints it and ends. Nothing is sent on the network.
 //
-// It needs a unit's record directories in the environment, as every task
-// does: NONPERSISTED_DATABASE_ROOT, DATABASE_DIR_SYSTEM_DATA and
+// It runs in a unit's environment, as every task does: the record
+// directories NONPERSISTED_DATABASE_ROOT, DATABASE_DIR_SYSTEM_DATA and
 // DATABASE_DIR_PING_PARAMETERS (the codec creates the records it keeps there
-// when they are missing).
+// when they are missing), and the product variables. The codec's service
+// info record takes the unit's address from its interfaces: a 10.x address,
+// or, for a known product, any private or loopback one.
 #include <cstdint>
 #include <cstdio>
 
