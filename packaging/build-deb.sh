@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Makes the Debian package of a build and its debug-symbols package:
 #   packaging/build-deb.sh BUILD_DIR OUT_DIR [VERSION]
-# writes OUT_DIR/vesk-master-bottom-task_VERSION_ARCH.deb and
-# OUT_DIR/vesk-master-bottom-task-dbgsym_VERSION_ARCH.deb. VERSION defaults
+# writes OUT_DIR/vesk-master-bottom-task_VERSION_ARCH.deb,
+# OUT_DIR/vesk-master-bottom-task-dbgsym_VERSION_ARCH.deb and
+# OUT_DIR/libvesk-dev_VERSION_ARCH.deb (the shared layer for building other
+# tasks: headers, static library, CMake and pkg-config files). VERSION defaults
 # to the project's version, ARCH is the Debian architecture the build's
 # compiler builds for (a cross build is packaged for its target). The
 # build must be complete (`ninja -C BUILD_DIR deb` builds and packages).
@@ -29,11 +31,15 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 root=$work/$package
 dbgsym=$work/$package-dbgsym
+dev=$work/libvesk-dev
 umask 022
 
 DESTDIR=$root cmake --install "$build" --component runtime --prefix /usr >/dev/null
 DESTDIR=$root cmake --install "$build" --component config --prefix / >/dev/null
 programs=("$root/usr/sbin/MasterBottomTask" "$root/usr/bin/vesk")
+# Installed into /usr itself (DESTDIR, not a staging prefix): the pkg-config
+# file and the CMake package name the directories they are installed in.
+DESTDIR=$dev cmake --install "$build" --component dev --prefix /usr >/dev/null
 
 doc=$root/usr/share/doc/$package
 install -m 0644 "$here/debian/copyright" "$doc/copyright"
@@ -69,6 +75,13 @@ for program in "${programs[@]}"; do
 done
 mkdir -p "$dbgsym/usr/share/doc"
 ln -s "$package" "$dbgsym/usr/share/doc/$package-dbgsym"
+# The static library without debug information, reproducibly, as Debian's
+# helpers strip archives.
+for archive in "$dev"/usr/lib/*/libvesk.a; do
+    "$strip" --strip-debug --remove-section=.comment --remove-section=.note --enable-deterministic-archives "$archive"
+done
+install -D -m 0644 "$here/debian/copyright" "$dev/usr/share/doc/libvesk-dev/copyright"
+install -m 0644 "$doc/$changelog" "$dev/usr/share/doc/libvesk-dev/$changelog"
 
 # The libraries' packages at the versions the programs need, as
 # dpkg-shlibdeps finds them in the package database of the target's
@@ -97,7 +110,7 @@ fi
 
 installed_size() { du -k -s --apparent-size "$1" | cut -f1; }
 
-mkdir -p "$root/DEBIAN" "$dbgsym/DEBIAN"
+mkdir -p "$root/DEBIAN" "$dbgsym/DEBIAN" "$dev/DEBIAN"
 cat >"$root/DEBIAN/control" <<EOF
 Package: $package
 Version: $version
@@ -137,11 +150,34 @@ Description: debug symbols for $package
 Build-Ids: ${build_ids[*]}
 EOF
 
+cat >"$dev/DEBIAN/control" <<EOF
+Package: libvesk-dev
+Source: $package
+Version: $version
+Architecture: $arch
+Multi-Arch: same
+Maintainer: $maintainer
+Installed-Size: $(installed_size "$dev")
+Depends: libstdc++-12-dev | libstdc++-dev
+Section: libdevel
+Priority: optional
+Description: shared layer of the echo-sounder module's tasks (development)
+ Every task process of the echo-sounder module is built on one shared
+ layer: the operating-system services factory (files with locks, pipes,
+ UDP sockets, file watching), the Sonar4 packet codec and message classes,
+ the fixed-layout record files shared by the tasks, transducer
+ identification and event reporting.
+ .
+ This package holds its headers, the static library, a CMake package
+ (find_package(Vesk), target Vesk::vesk) and a pkg-config file (vesk), so
+ that another task builds on the layer without copying its sources.
+EOF
+
 for script in postinst prerm postrm; do
     install -m 0755 "$here/debian/$script" "$root/DEBIAN/$script"
 done
 (cd "$root" && find etc -type f | sed 's|^|/|' | sort) >"$root/DEBIAN/conffiles"
-for tree in "$root" "$dbgsym"; do
+for tree in "$root" "$dbgsym" "$dev"; do
     (cd "$tree" && find . -path ./DEBIAN -prune -o -type f -printf '%P\0' | LC_ALL=C sort -z |
         xargs -0 md5sum) >"$tree/DEBIAN/md5sums"
     chmod 0644 "$tree"/DEBIAN/{control,md5sums}
@@ -150,10 +186,12 @@ done
 
 if [ -n "${SOURCE_DATE_EPOCH:-}" ]; then
     # A reproducible build: no file newer than the sources' date.
-    find "$root" "$dbgsym" -newermt "@$SOURCE_DATE_EPOCH" -print0 |
+    find "$root" "$dbgsym" "$dev" -newermt "@$SOURCE_DATE_EPOCH" -print0 |
         xargs -0r touch --no-dereference --date="@$SOURCE_DATE_EPOCH"
 fi
 dpkg-deb --root-owner-group --build "$root" "$out/${package}_${version}_${arch}.deb" >/dev/null
 dpkg-deb --root-owner-group --build "$dbgsym" "$out/${package}-dbgsym_${version}_${arch}.deb" >/dev/null
+dpkg-deb --root-owner-group --build "$dev" "$out/libvesk-dev_${version}_${arch}.deb" >/dev/null
 echo "$out/${package}_${version}_${arch}.deb"
 echo "$out/${package}-dbgsym_${version}_${arch}.deb"
+echo "$out/libvesk-dev_${version}_${arch}.deb"

@@ -15,8 +15,9 @@ trap 'rm -rf "$out"' EXIT
 "$build_deb" "$build" "$out" 1.2.3 >"$out/build.log" 2>&1 || { cat "$out/build.log"; exit 1; }
 deb=$out/vesk-master-bottom-task_1.2.3_${arch}.deb
 dbgsym=$out/vesk-master-bottom-task-dbgsym_1.2.3_${arch}.deb
-if [ ! -f "$deb" ] || [ ! -f "$dbgsym" ]; then
-    echo "not made: $(basename "$deb") and its dbgsym"
+dev=$out/libvesk-dev_1.2.3_${arch}.deb
+if [ ! -f "$deb" ] || [ ! -f "$dbgsym" ] || [ ! -f "$dev" ]; then
+    echo "not made: $(basename "$deb"), its dbgsym and libvesk-dev"
     ls "$out"
     exit 1
 fi
@@ -65,12 +66,23 @@ for program in usr/sbin/MasterBottomTask usr/bin/vesk; do
 done
 [ "$(dpkg-deb -f "$dbgsym" Depends)" = "vesk-master-bottom-task (= 1.2.3)" ] || problem "dbgsym depends: $(dpkg-deb -f "$dbgsym" Depends)"
 
+# The shared layer for other tasks: what find_package and pkg-config look
+# for, and nothing of the task's package.
+dev_contents=$(dpkg-deb -c "$dev" | awk '{print $NF}')
+for path in include/vesk/Database/DatabaseRecord.h "lib/$multiarch/libvesk.a" "lib/$multiarch/cmake/Vesk/VeskConfig.cmake" \
+            "lib/$multiarch/cmake/Vesk/VeskConfigVersion.cmake" "lib/$multiarch/pkgconfig/vesk.pc"; do
+    grep -qx "\./usr/$path" <<<"$dev_contents" || problem "libvesk-dev lacks /usr/$path"
+done
+grep -E '/(bin|sbin|etc)/|PcapFile|PacketText' <<<"$dev_contents" && problem "libvesk-dev holds what is not the shared layer"
+pc_prefix=$(dpkg-deb --fsys-tarfile "$dev" | tar -xO --wildcards '*/vesk.pc' | sed -n 's/^prefix=//p')
+[ "$pc_prefix" = /usr ] || problem "vesk.pc names prefix '$pc_prefix', not /usr"
+
 if [ "$sanitized" = ON ]; then
     # The product is the hardened build; a sanitizer build never ships.
     echo "sanitizer build: lintian reviews the release build's package only"
 elif command -v lintian >/dev/null; then
     # As root lintian says it would rather not be; that line is no finding.
-    lintian -I -E --pedantic "$deb" "$dbgsym" 2>&1 | grep -v '^running with root privileges' >"$out/lintian.log" || true
+    lintian -I -E --pedantic "$deb" "$dbgsym" "$dev" 2>&1 | grep -v '^running with root privileges' >"$out/lintian.log" || true
     if grep -E '^[EW]: ' "$out/lintian.log"; then
         problem "lintian found errors or warnings"
     fi
@@ -80,5 +92,5 @@ else
     echo "$0: Skipped"
     exit 77
 fi
-[ $status -eq 0 ] && echo "$(basename "$deb") and its dbgsym: every file in its place, lintian clean"
+[ $status -eq 0 ] && echo "$(basename "$deb"), its dbgsym and libvesk-dev: every file in its place, lintian clean"
 exit $status
