@@ -49,6 +49,7 @@ run_case() {
     # "At once" is once the script runs, not while this shell's child is
     # still on its way to starting it.
     until tr '\0' ' ' 2>/dev/null <"/proc/$script_pid/cmdline" | grep -qF "$run_unit"; do
+        [ -e "/proc/$script_pid" ] || break
         sleep 0.01
     done
     if [ -n "$trigger" ]; then
