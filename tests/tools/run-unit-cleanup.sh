@@ -8,11 +8,13 @@
 set -euo pipefail
 run_unit=$1 build=$2
 if [ -n "${VESK_EMULATOR:-}" ]; then
-    echo "skipped: $VESK_EMULATOR refuses IP_MULTICAST_IF, the task cannot start under it"
+    echo "$0: Skipped"
+    echo "$VESK_EMULATOR refuses IP_MULTICAST_IF: the task cannot start under it"
     exit 77
 fi
 if ! unshare --net --pid --mount --fork true 2>/dev/null; then
-    echo "skipped: the unit needs root and network, PID and mount namespaces"
+    echo "$0: Skipped"
+    echo "the unit needs root and network, PID and mount namespaces"
     exit 77
 fi
 
