@@ -44,7 +44,7 @@ keeper_interrupted() {
     while read -r name mask; do
         [[ $name == ShdPnd: || $name == SigPnd: ]] && pending=$((pending | 0x$mask))
     done <status
-    (( pending & (1 << (2 - 1) | 1 << (15 - 1)) ))
+    (( pending & (1 << (2 - 1) | 1 << (15 - 1)) ))   # bit n-1 for signal n: INT, TERM
 }
 cd "/proc/$VESK_UNIT_KEEPER"
 (
