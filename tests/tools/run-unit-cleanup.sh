@@ -30,8 +30,10 @@ mark=VESK_CLEANUP_CHECK=$$
 unit_processes() {
     local proc
     for proc in /proc/[0-9]*; do
-        if tr '\0' '\n' 2>/dev/null <"$proc/environ" | grep -qx "$mark"; then
-            echo "${proc#/proc/}: $(tr '\0' ' ' 2>/dev/null <"$proc/cmdline")"
+        # Files named as arguments, not redirected: a process may be gone
+        # by the time its files are read.
+        if grep -qaxzF "$mark" "$proc/environ" 2>/dev/null; then
+            echo "${proc#/proc/}: $(cat "$proc/cmdline" 2>/dev/null | tr '\0' ' ')"
         fi
     done
 }
@@ -50,7 +52,7 @@ run_case() {
     set +m
     # "At once" is once the script runs, not while this shell's child is
     # still on its way to starting it.
-    until tr '\0' ' ' 2>/dev/null <"/proc/$script_pid/cmdline" | grep -qF "$run_unit"; do
+    until grep -qaF "$run_unit" "/proc/$script_pid/cmdline" 2>/dev/null; do
         [ -e "/proc/$script_pid" ] || break
         sleep 0.01
     done
@@ -70,13 +72,15 @@ run_case() {
     # An interrupted script ends at once; the limit only keeps a hang from
     # stopping the test.
     ended() { [ ! -e "/proc/$script_pid" ] || grep -q '^State:.*zombie' "/proc/$script_pid/status" 2>/dev/null; }
-    for i in $(seq 1 "$([ -n "$signal" ] && echo 400 || echo 1200)"); do
-        ended && break
-        sleep 0.05
-    done
-    ended || { fail "did not end"; kill -KILL "$script_pid"; }
     # (Without the shell's notice of how it ended: its output is the script's.)
-    wait "$script_pid" 2>/dev/null || got=$?
+    {
+        for i in $(seq 1 "$([ -n "$signal" ] && echo 400 || echo 1200)"); do
+            ended && break
+            sleep 0.05
+        done
+        ended || { fail "did not end"; kill -KILL "$script_pid"; }
+        wait "$script_pid" || got=$?
+    } 2>/dev/null
     [ "$got" -eq "$status" ] || fail "exit status $got, expected $status"
     # After SIGKILL of the script the kernel ends the rest just after it.
     for i in $(seq 1 100); do
