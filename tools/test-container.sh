@@ -83,7 +83,7 @@ cached_root() {
     say "making the Debian 12 root ($packages)"
     rm -rf "$tar" "$tar.key" "$new"
     # The name's ending makes mmdebstrap write a tar file.
-    if ! nice mmdebstrap --variant=minbase --include="$packages" bookworm "$new" "$mirror" \
+    if ! nice timeout 1200 mmdebstrap --variant=minbase --include="$packages" bookworm "$new" "$mirror" \
         >"$cache_dir/mmdebstrap.log" 2>&1; then
         tail -n 30 "$cache_dir/mmdebstrap.log"
         rm -rf "$new"
@@ -105,7 +105,7 @@ cleanup() {
         sleep 0.5
         rm -rf "$cache_dir/last-run"
         mkdir -p "$cache_dir/last-run"
-        cp -r "$results" "$work"/*.log "$cache_dir/last-run/" 2>/dev/null || true
+        cp -a "$results" "$work"/*.log "$cache_dir/last-run/" 2>/dev/null || true
         rm -rf --one-file-system "$work"
     fi
 }
@@ -115,7 +115,7 @@ in_root() {
     local limit=$1
     shift
     timeout --kill-after=10 "$limit" unshare --pid --fork --kill-child --mount-proc --net --mount \
-        "$checks_dir/enter-root.sh" "$root" "$results" "$@"
+        "$checks_dir/enter-root.sh" "$root" "$results" "$@" </dev/null
 }
 
 install_package_without_starting() {
@@ -200,9 +200,9 @@ mkdir -p "$root" "$results"
 failed_logs=()
 
 if prepare_root; then
-    say "booting the test system"
+    say "booting the test system ($((SECONDS - start)) s)"
     boot_and_check
-    say "the init script without systemd"
+    say "the init script without systemd ($((SECONDS - start)) s)"
     initd_checks
 else
     say "the root could not be prepared: no checks ran"

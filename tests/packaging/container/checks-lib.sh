@@ -72,12 +72,12 @@ run_checks() {
     local name results=$results_dir/$phase.txt
     : >"$results"
     for name in "${checks[@]}"; do
-        echo "== $name"
+        local began=$SECONDS
         if "check_${name//-/_}" >"$results_dir/$name.log" 2>&1; then
             echo "PASS $name" >>"$results"
         else
             echo "FAIL $name: $(tail -n 1 "$results_dir/$name.log")" >>"$results"
         fi
-        tail -n 1 "$results"
+        echo "$(tail -n 1 "$results") ($((SECONDS - began)) s)"
     done
 }

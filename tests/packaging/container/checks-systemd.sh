@@ -54,8 +54,10 @@ check_kill9_restarts() {
         fail "no new task within RestartSec ${restart:-?} s + 30 s ($(systemctl is-active "$service"))"
 }
 
+# Event lines as the system log has them; a copy on standard output
+# carries the level in front ("3::").
 event_lines() {
-    grep -E '^MasterBottomTask:.* @ .* because .*Build\)$' | sort -u
+    sed -E 's/^[0-7]:://' | grep -E '^[A-Za-z]+:.* \(-?[0-9]+\) @ .* because .*Build\)$' | sort -u
 }
 
 check_journal_one_copy() {
