@@ -136,8 +136,8 @@ check_check_repair_then_start() {
     done
     # The start meets what the repair left.
     [ $status -eq 0 ] && [ -z "$kept" ] && "$init" start && started=$(task_pid)
-    stop_quietly
     undamage_records
+    stop_quietly
     [ $status -eq 0 ] || { fail "vesk check --repair exited $status, not 0"; return; }
     [ -z "$kept" ] || { fail "not moved aside to NAME.bad-N:$kept"; return; }
     [ -n "$started" ] || fail "no task started after the repair"
