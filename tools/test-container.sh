@@ -67,8 +67,9 @@ build_packages() {
         dpkg-deb --build "$unpacked" "$out/higher" >/dev/null
         rm -rf "$unpacked"
     fi
-    current_deb=$(ls "$out/current/${package}_${version}"_*.deb)
-    higher_deb=$(ls "$out/higher/${package}_${version}+1"_*.deb)
+    # The debug symbols' package has another name.
+    current_deb=$(ls "$out/current/${package}"_*.deb)
+    higher_deb=$(ls "$out/higher/${package}"_*.deb)
 }
 
 # A minimal bookworm with systemd as init and what the package depends on.
