@@ -53,8 +53,14 @@ void CDatabaseFile::LoadOrCreate()
         why = "failed to read DB";
     } else {
         SetDefaults();
-        result = writeDB();
+        result = StoreDefaults();
         why = "failed to write to DB";
+        if (m_MadeMeanwhile) {
+            // Another process made the file first: it is loaded as if it
+            // had been there all along.
+            result = readDB();
+            why = "failed to read DB";
+        }
     }
     if (result != SUCCESS && m_FileDescription.ReportsConstruction) {
         m_pFactory->SendEvent(3, result, Where(" ", "constructor").c_str(), why);
@@ -72,12 +78,21 @@ VeskEventCode_T CDatabaseFile::CheckForFile()
         return SUCCESS;
     }
     SetDefaults();
-    const VeskEventCode_T result = writeDB();
+    const VeskEventCode_T result = StoreDefaults();
     if (result != SUCCESS) {
         m_pFactory->SendEvent(m_FileDescription.CheckForFileFailureLevel, result,
                               Where(" ", "CheckForFile").c_str(), m_FileDescription.CheckForFileFailureWhy);
         m_LastError = result;
     }
+    return result;
+}
+
+VeskEventCode_T CDatabaseFile::StoreDefaults()
+{
+    m_StoringDefaults = true;
+    m_MadeMeanwhile = false;
+    const VeskEventCode_T result = writeDB();
+    m_StoringDefaults = false;
     return result;
 }
 
@@ -108,9 +123,9 @@ std::unique_ptr<IOSSFile> CDatabaseFile::Open(int Flags, int Mode, VeskEventCode
     return file;
 }
 
-std::unique_ptr<IOSSFile> CDatabaseFile::OpenForStore(VeskEventCode_T& Result) const
+std::unique_ptr<IOSSFile> CDatabaseFile::OpenExistingForStore(VeskEventCode_T& Result) const
 {
-    return Open(O_WRONLY | O_CREAT | O_NONBLOCK, 0640, Result);
+    return Open(O_WRONLY | O_NONBLOCK, 0, Result);
 }
 
 std::unique_ptr<IOSSFile> CDatabaseFile::OpenForLoad(VeskEventCode_T& Result, Buffer_Bytes_T& First,
@@ -202,10 +217,9 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
         return SUCCESS;
     }
     RemoveIfShorterThan(Size);
-    if (!m_FileDescription.ReportsStoreFailures) {
-        return SUCCESS;
+    if (m_FileDescription.ReportsStoreFailures) {
+        m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     }
-    m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     return FAILED_TO_WRITE_FILE_CONTENTS;
 }
 

@@ -1,6 +1,7 @@
 #ifndef DATABASE_DATABASEFILE_H
 #define DATABASE_DATABASEFILE_H
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -8,10 +9,13 @@
 
 #include "Utilities/ByteBuffer.h"
 #include "Utilities/IOSSFactory.h"
+#include "Utilities/NewFile.h"
 #include "Utilities/VeskEventCode.h"
 
 // Longest full path of a record file.
 constexpr size_t MAX_DATABASE_PATH_LENGTH = 256;
+// Permissions of a record file the records make.
+constexpr int cRecordFileMode = 0640;
 
 // What the life cycle of a record file needs to know about its record.
 struct DatabaseFileDescription_T {
@@ -87,15 +91,29 @@ protected:
 
     // Loads an existing file, or creates it with the defaults.
     void LoadOrCreate();
+    // writeDB of the defaults set for a missing file.
+    VeskEventCode_T StoreDefaults();
 
     // The record's file, opened through the factory. Null when the
     // operation is over before it started; Result then says how: SUCCESS
     // when the factory gave no file object, else the file's error (an errno
     // value, or -140 while another process holds the file for writing).
     std::unique_ptr<IOSSFile> Open(int Flags, int Mode, VeskEventCode_T& Result) const;
-    // Opened for a store: created when missing, never truncated on open,
-    // so that a failed write cannot leave an empty file behind.
-    std::unique_ptr<IOSSFile> OpenForStore(VeskEventCode_T& Result) const;
+    // Stores the record: Write puts the whole content into the file it is
+    // given and returns SUCCESS or its failure (reported). An existing file
+    // is written in place under its lock and never truncated on open, so a
+    // failed write cannot leave it emptier than it was. A missing one is
+    // written whole under a temporary name and then linked into place, so
+    // that nobody, not even after a crash, finds it empty or half written;
+    // should another process make it meanwhile, that file is written in
+    // place instead. A failed open ends the store with its error and no
+    // event (an errno value, ELOOP for a symbolic link at the name, or -140
+    // while another process holds the file); a factory that gives no file
+    // object ends it with SUCCESS.
+    // Defaults stored because the file was missing are not forced on a file
+    // another process made meanwhile: that file is left as it is.
+    template <typename Writer>
+    VeskEventCode_T Store(Writer&& Write);
     // Opened for a load, after CheckForFile has recreated a missing file.
     // First is the room for the load's first read: on return it holds what
     // that read gave (nothing: the load reads from the start itself), or
@@ -104,9 +122,9 @@ protected:
 
     // Writes the Size bytes in place and cuts the file after them (it may
     // have been longer) only once they are all written. A failed or short
-    // write is reported at "<class>::Operation" with WhyFailed: -142
-    // (SUCCESS for records that ignore failed stores); it never leaves the
-    // file shorter than it was.
+    // write is reported at "<class>::Operation" with WhyFailed (unless the
+    // record ignores failed stores): -142; it never leaves the file shorter
+    // than it was.
     VeskEventCode_T StoreBytes(IOSSFile& File, const uint8_t* Bytes, size_t Size, const char* WhyFailed,
                                const char* Operation = "writeDB") const;
     // Reads exactly Size bytes into Bytes, where OpenForLoad's First and
@@ -122,6 +140,16 @@ protected:
 
     // Keeps a failure of construction-time work as the last error.
     void SetLastError(VeskEventCode_T Error) { m_LastError = Error; }
+
+    // What a store answers after its write: a failed write of a record
+    // that ignores failed stores is SUCCESS.
+    VeskEventCode_T Written(VeskEventCode_T Result) const
+    {
+        return Result == FAILED_TO_WRITE_FILE_CONTENTS && !m_FileDescription.ReportsStoreFailures ? SUCCESS : Result;
+    }
+    // The existing file opened for a store, or null with Result as Open
+    // gives it (ENOENT when there is none).
+    std::unique_ptr<IOSSFile> OpenExistingForStore(VeskEventCode_T& Result) const;
 
     bool FileExists() const;
     // Deletes the file (a rejected or truncated one, or one about to be
@@ -142,6 +170,36 @@ private:
     const bool m_NameCanExist;
     VeskEventCode_T m_LastError = SUCCESS;
     uint32_t m_SerialNumber = 0;
+    // Set while the defaults of a missing file are stored, and when that
+    // store found the file made by another process meanwhile.
+    bool m_StoringDefaults = false;
+    bool m_MadeMeanwhile = false;
 };
+
+template <typename Writer>
+VeskEventCode_T CDatabaseFile::Store(Writer&& Write)
+{
+    VeskEventCode_T result;
+    if (const std::unique_ptr<IOSSFile> file = OpenExistingForStore(result)) {
+        return Written(Write(*file));
+    }
+    if (result != ENOENT) {
+        return result;
+    }
+    // A new file that is not whole is never put in place, not even for a
+    // record that takes a failed store lightly.
+    result = CNewFile::Make(m_pFactory, m_DatabaseFilePath, cRecordFileMode, Write);
+    if (result != EEXIST) {
+        return Written(result);
+    }
+    // Another process made the file first. Defaults give way to it; a value
+    // of this record's own is stored in it as in any existing file.
+    if (m_StoringDefaults) {
+        m_MadeMeanwhile = true;
+        return SUCCESS;
+    }
+    const std::unique_ptr<IOSSFile> file = OpenExistingForStore(result);
+    return file ? Written(Write(*file)) : result;
+}
 
 #endif

@@ -30,26 +30,23 @@ void CDatabaseLocalBottomRecord::SetDefaults()
 
 VeskEventCode_T CDatabaseLocalBottomRecord::writeDB()
 {
-    VeskEventCode_T result;
-    const std::unique_ptr<IOSSFile> file = OpenForStore(result);
-    if (!file) {
-        return result;
-    }
-    char text[64] = {};
-    std::snprintf(text, sizeof(text), "%d\n%d\n", m_Depth, m_State);
-    if (file->WriteStream(text)) {
-        // The file is opened without truncation: cut off the tail of a
-        // longer text written before.
-        const long end = file->TellStream();
-        if (end >= 0) {
-            file->Ftruncate(static_cast<int>(end));
+    return Store([this](IOSSFile& File) {
+        char text[64] = {};
+        std::snprintf(text, sizeof(text), "%d\n%d\n", m_Depth, m_State);
+        if (File.WriteStream(text)) {
+            // The file is opened without truncation: cut off the tail of a
+            // longer text written before.
+            const long end = File.TellStream();
+            if (end >= 0) {
+                File.Ftruncate(static_cast<int>(end));
+            }
+            return SUCCESS;
         }
-        return SUCCESS;
-    }
-    m_pFactory->SendEvent(3, file->GetLastError(), Where("::", "writeDB()").c_str(), "failed to write contents");
-    // An empty file read as a record would yield nothing but failures.
-    RemoveIfShorterThan(1);
-    return FAILED_TO_WRITE_FILE_CONTENTS;
+        m_pFactory->SendEvent(3, File.GetLastError(), Where("::", "writeDB()").c_str(), "failed to write contents");
+        // An empty file read as a record would yield nothing but failures.
+        RemoveIfShorterThan(1);
+        return FAILED_TO_WRITE_FILE_CONTENTS;
+    });
 }
 
 VeskEventCode_T CDatabaseLocalBottomRecord::readDB()

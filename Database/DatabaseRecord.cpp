@@ -92,18 +92,17 @@ void CDatabaseRecord::ReplaceInvalidValues(const char* Operation)
 
 VeskEventCode_T CDatabaseRecord::writeDB()
 {
-    VeskEventCode_T result;
-    const std::unique_ptr<IOSSFile> file = OpenForStore(result);
-    if (!file) {
-        return result;
-    }
-    ReplaceInvalidValues("writeDB()");
-    const Sonar4HeaderView header{m_pPacket};
-    VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
-                     IdAssertion(m_Description.Names.Member, m_Description.Names).c_str());
-    LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SizeOffset, static_cast<uint32_t>(m_PacketSize));
-    return StoreBytes(*file, m_pPacket, m_PacketSize, m_Description.WriteFailedWhy,
-                      m_Description.WriteFailedOperation);
+    return Store([this](IOSSFile& File) {
+        // Replaced values are put right in memory, so a second attempt (the
+        // file made meanwhile by another process) has nothing left to report.
+        ReplaceInvalidValues("writeDB()");
+        const Sonar4HeaderView header{m_pPacket};
+        VESK_ASSERT_TEXT(header.GetMessageID() == m_Description.MessageId,
+                         IdAssertion(m_Description.Names.Member, m_Description.Names).c_str());
+        LittleEndian::Write<uint32_t>(m_pPacket + cSonar4SizeOffset, static_cast<uint32_t>(m_PacketSize));
+        return StoreBytes(File, m_pPacket, m_PacketSize, m_Description.WriteFailedWhy,
+                          m_Description.WriteFailedOperation);
+    });
 }
 
 VeskEventCode_T CDatabaseRecord::readDB()

@@ -185,12 +185,9 @@ void CDatabaseServiceInfoMessage::RefreshOutputIPAddressText()
 
 VeskEventCode_T CDatabaseServiceInfoMessage::writeDB()
 {
-    VeskEventCode_T result = SUCCESS;
-    const std::unique_ptr<IOSSFile> file = OpenForStore(result);
-    if (!file) {
-        return result;
-    }
-    return StoreBytes(*file, m_ServiceInfo.data(), cPacketSize, "Failed to write contents");
+    return Store([this](IOSSFile& File) {
+        return StoreBytes(File, m_ServiceInfo.data(), cPacketSize, "Failed to write contents");
+    });
 }
 
 VeskEventCode_T CDatabaseServiceInfoMessage::readDB()

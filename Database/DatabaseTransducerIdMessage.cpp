@@ -157,12 +157,9 @@ void CDatabaseTransducerIdMessage::SetDefaults()
 
 VeskEventCode_T CDatabaseTransducerIdMessage::writeDB()
 {
-    VeskEventCode_T result;
-    const std::unique_ptr<IOSSFile> file = OpenForStore(result);
-    if (!file) {
-        return result;
-    }
-    return StoreBytes(*file, m_TransducerId.data(), cTransducerIdSize, "Failed to write contents");
+    return Store([this](IOSSFile& File) {
+        return StoreBytes(File, m_TransducerId.data(), cTransducerIdSize, "Failed to write contents");
+    });
 }
 
 VeskEventCode_T CDatabaseTransducerIdMessage::readDB()

@@ -1,7 +1,5 @@
 #include "Utilities/EventCodes.h"
 
-#include <syslog.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -132,22 +130,24 @@ constexpr const char* cErrorHandlerPipe = "IPC_ERROR_HANDLER_TASK";
 // '%' characters are "%%" pairs, the pairs are collapsed here, which is
 // exactly what the logger would have printed; any other '%' makes the line
 // go out verbatim.
-void LogLine(int priority, const char* Line)
+void LogLine(IOSSFactory* pFactory, int priority, const char (&Line)[CEventCodes::cMessageSize])
 {
     char logged[CEventCodes::cMessageSize];
     size_t out = 0;
-    for (const char* p = Line; *p != '\0'; ++p) {
-        if (*p == '%') {
-            if (p[1] != '%') {
-                syslog(priority, "%s", Line);
+    // Collapsing only ever shortens the line; the bound keeps every read and
+    // write inside the buffers whatever the line holds.
+    for (size_t in = 0; in + 1 < sizeof(logged) && Line[in] != '\0'; ++in) {
+        if (Line[in] == '%') {
+            if (Line[in + 1] != '%') {
+                pFactory->WriteSystemLog(priority, Line);
                 return;
             }
-            ++p;
+            ++in;
         }
-        logged[out++] = *p;
+        logged[out++] = Line[in];
     }
     logged[out] = '\0';
-    syslog(priority, "%s", logged);
+    pFactory->WriteSystemLog(priority, logged);
 }
 
 } // namespace
@@ -201,7 +201,7 @@ VeskEventCode_T CEventCodes::SendEvent(int priority, VeskEventCode_T code, const
         // otherwise sit in the buffer, and a fork would print it twice.
         std::printf("%d::%s\n", priority, m_Message);
         std::fflush(stdout);
-        LogLine(priority, m_Message);
+        LogLine(m_pFactory, priority, m_Message);
     }
 
     // The effects do not depend on the line having fitted.

@@ -84,6 +84,16 @@ public:
     // Size from stat; 0 (and an informational event) when stat fails.
     virtual int GetFileSize(const char* file) = 0;
 
+    // One more name for the file Existing (link(2)); never replaces
+    // anything at NewName, not even a symbolic link: EEXIST then. 0 or errno.
+    virtual VeskEventCode_T LinkFile(const char* Existing, const char* NewName) = 0;
+    // Removes the name (unlink(2)): 0 or errno.
+    virtual VeskEventCode_T UnlinkFile(const char* Name) = 0;
+
+    // Hands one finished event line to the system log at Priority, as it
+    // stands (never as a format). The one way events reach the log.
+    virtual void WriteSystemLog(int Priority, const char* Line) = 0;
+
 protected:
     IOSSFactory() = default;
     IOSSFactory(const IOSSFactory&) = delete;

@@ -23,6 +23,10 @@ using PollMembers_T = std::vector<pollfd>;
 // the recorded error is 0, unless an operation says otherwise.
 class IOSSFile {
 public:
+    // Longest name (path) a file can be opened by; a longer one is a
+    // programming error.
+    static constexpr size_t cMaxNameLength = 255;
+
     virtual ~IOSSFile() = default;
 
     // lseek on the descriptor. False with no descriptor.

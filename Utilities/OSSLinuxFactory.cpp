@@ -318,3 +318,22 @@ int COSSLinuxFactory::GetFileSize(const char* file)
     }
     return status.st_size > INT_MAX ? INT_MAX : static_cast<int>(status.st_size);
 }
+
+VeskEventCode_T COSSLinuxFactory::LinkFile(const char* Existing, const char* NewName)
+{
+    VESK_ASSERT(Existing);
+    VESK_ASSERT(NewName);
+    return link(Existing, NewName) == 0 ? SUCCESS : errno;
+}
+
+VeskEventCode_T COSSLinuxFactory::UnlinkFile(const char* Name)
+{
+    VESK_ASSERT(Name);
+    return unlink(Name) == 0 ? SUCCESS : errno;
+}
+
+void COSSLinuxFactory::WriteSystemLog(int Priority, const char* Line)
+{
+    VESK_ASSERT(Line);
+    syslog(Priority, "%s", Line);
+}

@@ -39,6 +39,9 @@ public:
     VeskEventCode_T InitThreadAttr(pthread_attr_t* Attributes) override;
     VeskEventCode_T SendAckToErrorHandler(const char* Ack) override;
     int GetFileSize(const char* file) override;
+    VeskEventCode_T LinkFile(const char* Existing, const char* NewName) override;
+    VeskEventCode_T UnlinkFile(const char* Name) override;
+    void WriteSystemLog(int Priority, const char* Line) override;
 
 private:
     std::string m_TaskName;

@@ -116,7 +116,13 @@ COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
     std::memcpy(m_FileName, Name, length);
     VESK_ASSERT((m_FileName[sizeof(m_FileName) - 1] == 0) && "File name is too long!");
 
-    m_FileDescriptor = open(Name, flags, mode);
+    // Whatever may be written is never reached through a symbolic link at
+    // its name: a link planted there would have the unit write a file
+    // anywhere the process may write. The open fails (ELOOP) like any other
+    // failed open. Links in the directories above are the deployment's own.
+    const int accessMode = flags & O_ACCMODE;
+    const int openFlags = accessMode == O_RDONLY ? flags : flags | O_NOFOLLOW;
+    m_FileDescriptor = open(Name, openFlags, mode);
     if (m_FileDescriptor == -1) {
         m_LastError = errno;
         return;
@@ -128,7 +134,6 @@ COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
     // holds on the file through another object. A write-only open simply
     // tries to take the lock: that fails exactly when a query would have
     // found another process's lock.
-    const int accessMode = flags & O_ACCMODE;
     if (accessMode == O_WRONLY) {
         if (!ApplyLock(flags)) {
             return;

@@ -16,6 +16,9 @@
 // closing any descriptor of a file drops all of the process's locks on it.
 // Only write-only opens take the lock; every open checks for one, so nobody
 // can open a file another process holds open write-only (-140).
+//
+// An open for writing (write-only or read-write) refuses a symbolic link at
+// the name: the last error is then ELOOP, as from any failed open.
 class COSSLinuxFile : public IOSSFile {
 public:
     COSSLinuxFile(const char* Name, int flags, int mode);
@@ -81,7 +84,7 @@ private:
 
     int m_FileDescriptor;
     int m_LastError;
-    char m_FileName[256];
+    char m_FileName[cMaxNameLength + 1];
     FILE* m_pFile;
     // Mode of the stream still to be made; null when there is none to make.
     const char* m_StreamMode;

@@ -1,15 +1,34 @@
 #include "Utilities/PcapFile.h"
 
+#include <fcntl.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 #include "Utilities/LittleEndian.h"
 
 namespace {
 
 constexpr uint32_t cMagic = 0xA1B2C3D4;
-constexpr uint32_t cSwappedMagic = 0xD4C3B2A1;
+constexpr uint32_t cNanoMagic = 0xA1B23C4D;
+constexpr size_t cClassicHeaderSize = 24;
+constexpr size_t cClassicRecordSize = 16;
+// The block format: block type and total length, then the body, then the
+// total length again.
+constexpr uint32_t cBlockSectionHeader = 0x0A0D0D0A;
+constexpr uint32_t cBlockInterface = 1;
+constexpr uint32_t cBlockSimplePacket = 3;
+constexpr uint32_t cBlockEnhancedPacket = 6;
+constexpr uint32_t cByteOrderMagic = 0x1A2B3C4D;
+constexpr size_t cBlockHeadSize = 8;
+// No link layer frame of any capture tool is longer; a larger length is damage.
+constexpr uint32_t cLargestFrame = 262144;
+// A packet block of the largest frame with generous room for options.
+constexpr uint32_t cLargestBlock = cLargestFrame + 65536;
+constexpr size_t cChunkSize = 65536;
 constexpr uint32_t cLinkEthernet = 1;
 constexpr uint32_t cLinkRawIp = 101;
 constexpr uint32_t cLinkLinuxCooked = 113;
@@ -75,9 +94,16 @@ bool IpOffset(uint32_t LinkType, const std::vector<uint8_t>& Frame, size_t& Offs
 
 } // namespace
 
-CPcapWriter::CPcapWriter(const std::string& Path) : m_pFile(std::fopen(Path.c_str(), "wb"))
+CPcapWriter::CPcapWriter(const std::string& Path) : m_pFile(nullptr)
 {
+    // A link planted at the name must not send the capture elsewhere.
+    const int fd = open(Path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        return;
+    }
+    m_pFile = fdopen(fd, "wb");
     if (m_pFile == nullptr) {
+        close(fd);
         return;
     }
     uint8_t header[24] = {};
@@ -133,78 +159,252 @@ bool CPcapWriter::Write(const UdpDatagram_T& Datagram)
     return written && std::fflush(m_pFile) == 0;
 }
 
-CPcapReader::CPcapReader(const std::string& Path) : m_pFile(std::fopen(Path.c_str(), "rb"))
+CPcapReader::CPcapReader(int Fd) : m_Fd(Fd)
 {
-    if (m_pFile == nullptr) {
-        m_Error = "cannot be opened";
-        return;
-    }
-    uint8_t header[24];
-    if (std::fread(header, sizeof(header), 1, m_pFile) != 1) {
+    if (!Fill(4)) {
         m_Error = "is too short for a capture file";
         return;
     }
-    const uint32_t magic = LittleEndian::Read<uint32_t>(header);
-    if (magic != cMagic && magic != cSwappedMagic) {
-        m_Error = "is not a capture file of the classic format (pcapng: save it as pcap)";
+    const uint32_t magic = LittleEndian::Read<uint32_t>(m_Buffer.data() + m_Start);
+    if (magic == cBlockSectionHeader) {
+        m_Format = BLOCKS;
         return;
     }
-    m_Swapped = magic == cSwappedMagic;
-    const uint32_t link = LittleEndian::Read<uint32_t>(header + 20);
-    m_LinkType = m_Swapped ? __builtin_bswap32(link) : link;
+    std::vector<uint8_t> header;
+    if (!Take(cClassicHeaderSize, &header)) {
+        m_Error = "is too short for a capture file";
+        return;
+    }
+    if (magic == cMagic || magic == cNanoMagic) {
+        m_BigEndian = false;
+    } else if (magic == __builtin_bswap32(cMagic) || magic == __builtin_bswap32(cNanoMagic)) {
+        m_BigEndian = true;
+    } else {
+        m_Error = "is not a capture file";
+        return;
+    }
+    m_LinkType = Get32(header.data() + 20);
 }
 
-CPcapReader::~CPcapReader()
+uint16_t CPcapReader::Get16(const uint8_t* p) const
 {
-    if (m_pFile != nullptr) {
-        std::fclose(m_pFile);
-    }
+    return m_BigEndian ? ReadBig16(p) : LittleEndian::Read<uint16_t>(p);
 }
 
-bool CPcapReader::ReadRecord(std::vector<uint8_t>& Frame)
+uint32_t CPcapReader::Get32(const uint8_t* p) const
 {
-    uint8_t record[16];
-    if (std::fread(record, sizeof(record), 1, m_pFile) != 1) {
-        return false;
+    return m_BigEndian ? ReadBig32(p) : LittleEndian::Read<uint32_t>(p);
+}
+
+bool CPcapReader::Fill(size_t Count)
+{
+    if (m_Start > 0 && m_Buffer.size() - m_Start < Count) {
+        m_Buffer.erase(m_Buffer.begin(), m_Buffer.begin() + static_cast<std::ptrdiff_t>(m_Start));
+        m_Start = 0;
     }
-    uint32_t captured = LittleEndian::Read<uint32_t>(record + 8);
-    if (m_Swapped) {
-        captured = __builtin_bswap32(captured);
-    }
-    if (captured > 262144) {
-        m_Error = "holds a record of " + std::to_string(captured) + " bytes: not a capture file";
-        return false;
-    }
-    Frame.resize(captured);
-    if (captured != 0 && std::fread(Frame.data(), captured, 1, m_pFile) != 1) {
-        m_Error = "ends inside a record";
-        return false;
+    while (m_Buffer.size() - m_Start < Count) {
+        const size_t had = m_Buffer.size();
+        m_Buffer.resize(had + cChunkSize);
+        ssize_t count;
+        do {
+            count = read(m_Fd, m_Buffer.data() + had, cChunkSize);
+        } while (count < 0 && errno == EINTR);
+        m_Buffer.resize(had + static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        if (count < 0) {
+            m_Error = std::string("cannot be read: ") + std::strerror(errno);
+            return false;
+        }
+        if (count == 0) {
+            return false;
+        }
     }
     return true;
 }
 
-bool CPcapReader::Next(UdpDatagram_T& Datagram)
+bool CPcapReader::Take(size_t Count, std::vector<uint8_t>* Out)
 {
-    if (!m_Error.empty()) {
+    if (Out != nullptr) {
+        Out->clear();
+    }
+    // In chunks, so that skipping a block of any length holds one chunk.
+    while (Count > 0) {
+        const size_t part = std::min(Count, cChunkSize);
+        if (!Fill(part)) {
+            return false;
+        }
+        if (Out != nullptr) {
+            Out->insert(Out->end(), m_Buffer.begin() + static_cast<std::ptrdiff_t>(m_Start),
+                        m_Buffer.begin() + static_cast<std::ptrdiff_t>(m_Start + part));
+        }
+        m_Start += part;
+        Count -= part;
+    }
+    return true;
+}
+
+bool CPcapReader::ReadClassicFrame(std::vector<uint8_t>& Frame)
+{
+    std::vector<uint8_t> record;
+    if (!Take(cClassicRecordSize, &record)) {
+        if (m_Error.empty() && m_Buffer.size() > m_Start) {
+            m_Error = "ends inside a record";
+        }
         return false;
     }
+    const uint32_t captured = Get32(record.data() + 8);
+    if (captured > cLargestFrame) {
+        m_Error = "holds a record of " + std::to_string(captured) + " bytes: not a capture file";
+        return false;
+    }
+    if (!Take(captured, &Frame)) {
+        if (m_Error.empty()) {
+            m_Error = "ends inside a record";
+        }
+        return false;
+    }
+    m_FrameLinkType = m_LinkType;
+    return true;
+}
+
+bool CPcapReader::ReadSectionHeader(const std::vector<uint8_t>& Body)
+{
+    // The byte-order magic says how this section's numbers are written.
+    const uint32_t order = LittleEndian::Read<uint32_t>(Body.data());
+    if (order != cByteOrderMagic && order != __builtin_bswap32(cByteOrderMagic)) {
+        m_Error = "has a section header of no known byte order";
+        return false;
+    }
+    m_BigEndian = order != cByteOrderMagic;
+    m_Interfaces.clear();
+    return true;
+}
+
+bool CPcapReader::ReadBlockFrame(std::vector<uint8_t>& Frame)
+{
+    for (;;) {
+        std::vector<uint8_t> head;
+        if (!Take(cBlockHeadSize, &head)) {
+            if (m_Error.empty() && m_Buffer.size() > m_Start) {
+                m_Error = "ends inside a block";
+            }
+            return false;
+        }
+        // The section header's type reads the same in either byte order;
+        // the other types are in the order of their section.
+        const bool section = LittleEndian::Read<uint32_t>(head.data()) == cBlockSectionHeader;
+        const uint32_t type = section ? cBlockSectionHeader : Get32(head.data());
+        if (section) {
+            // The section header's length is in its own byte order, told by
+            // the magic that follows it.
+            if (!Fill(4)) {
+                m_Error = "ends inside a block";
+                return false;
+            }
+            ReadSectionHeader(std::vector<uint8_t>(m_Buffer.begin() + static_cast<std::ptrdiff_t>(m_Start),
+                                                   m_Buffer.begin() + static_cast<std::ptrdiff_t>(m_Start + 4)));
+            if (!m_Error.empty()) {
+                return false;
+            }
+        }
+        const uint32_t length = Get32(head.data() + 4);
+        if (length < cBlockHeadSize + 4 || length % 4 != 0) {
+            m_Error = "holds a block of " + std::to_string(length) + " bytes: not a capture file";
+            return false;
+        }
+        const bool known = type == cBlockSectionHeader || type == cBlockInterface || type == cBlockEnhancedPacket ||
+                           type == cBlockSimplePacket;
+        if (!known) {
+            if (!Take(length - cBlockHeadSize, nullptr)) {
+                m_Error = "ends inside a block";
+                return false;
+            }
+            continue;
+        }
+        if (length > cLargestBlock) {
+            m_Error = "holds a block of " + std::to_string(length) + " bytes: not a capture file";
+            return false;
+        }
+        // The body and the trailing copy of the length.
+        std::vector<uint8_t> body;
+        if (!Take(length - cBlockHeadSize, &body)) {
+            m_Error = "ends inside a block";
+            return false;
+        }
+        body.resize(body.size() - 4);
+        switch (type) {
+        case cBlockSectionHeader:
+            if (body.size() < 16) {
+                m_Error = "has a section header too short for its fields";
+                return false;
+            }
+            break;
+        case cBlockInterface:
+            if (body.size() < 8) {
+                m_Error = "has an interface description too short for its fields";
+                return false;
+            }
+            m_Interfaces.push_back({Get16(body.data()), Get32(body.data() + 4)});
+            break;
+        case cBlockEnhancedPacket: {
+            if (body.size() < 20) {
+                m_Error = "has a packet block too short for its fields";
+                return false;
+            }
+            const uint32_t interface = Get32(body.data());
+            const uint32_t captured = Get32(body.data() + 12);
+            if (interface >= m_Interfaces.size() || captured > body.size() - 20) {
+                m_Error = "has a packet block of an unknown interface or longer than its block";
+                return false;
+            }
+            m_FrameLinkType = m_Interfaces[interface].LinkType;
+            Frame.assign(body.begin() + 20, body.begin() + 20 + captured);
+            return true;
+        }
+        case cBlockSimplePacket: {
+            if (body.size() < 4 || m_Interfaces.empty()) {
+                m_Error = "has a simple packet block without an interface";
+                return false;
+            }
+            // Only the original length is given: the captured part is what
+            // the snap length and the block leave of it.
+            size_t captured = std::min<size_t>(Get32(body.data()), body.size() - 4);
+            if (m_Interfaces[0].SnapLength != 0) {
+                captured = std::min<size_t>(captured, m_Interfaces[0].SnapLength);
+            }
+            m_FrameLinkType = m_Interfaces[0].LinkType;
+            Frame.assign(body.begin() + 4, body.begin() + 4 + static_cast<std::ptrdiff_t>(captured));
+            return true;
+        }
+        default:
+            break;
+        }
+    }
+}
+
+bool CPcapReader::Next(UdpDatagram_T& Datagram)
+{
     std::vector<uint8_t> frame;
-    while (ReadRecord(frame)) {
+    while (m_Error.empty() && (m_Format == CLASSIC ? ReadClassicFrame(frame) : ReadBlockFrame(frame))) {
         size_t offset = 0;
-        if (!IpOffset(m_LinkType, frame, offset) || frame.size() < offset + cIpHeaderSize) {
+        if (!IpOffset(m_FrameLinkType, frame, offset) || frame.size() < offset + cIpHeaderSize) {
             continue;
         }
         const uint8_t* ip = frame.data() + offset;
         const size_t ipHeader = static_cast<size_t>(ip[0] & 0x0F) * 4;
-        if ((ip[0] >> 4) != 4 || ip[9] != 17 || ipHeader < cIpHeaderSize ||
+        // A fragment after the first holds no UDP header.
+        const bool laterFragment = (ReadBig16(ip + 6) & 0x1FFF) != 0;
+        if ((ip[0] >> 4) != 4 || ip[9] != 17 || laterFragment || ipHeader < cIpHeaderSize ||
             frame.size() < offset + ipHeader + cUdpHeaderSize) {
             continue;
         }
         const uint8_t* udp = ip + ipHeader;
         const size_t udpLength = ReadBig16(udp + 4);
+        if (udpLength < cUdpHeaderSize) {
+            continue;
+        }
+        // A length past the captured bytes: the datagram as far as captured.
         const size_t available = frame.size() - offset - ipHeader;
-        // A length field past the captured bytes: take what was captured.
-        const size_t end = udpLength >= cUdpHeaderSize && udpLength <= available ? udpLength : available;
+        const size_t end = std::min(udpLength, available);
         Datagram.Source = ReadBig32(ip + 12);
         Datagram.Destination = ReadBig32(ip + 16);
         Datagram.SourcePort = ReadBig16(udp);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Utilities/NewFile.h"
 #include "Utilities/VeskAssert.h"
 
 namespace {
@@ -63,7 +64,22 @@ VeskEventCode_T CPidFile::WritePidFile()
     // not exist shows up as the open failing below.
     m_pFactory->CreateFullPath(directory);
 
-    IOSSFile* file = m_pFactory->CreateFile(PidFilePath(m_Pid), cPidFileFlags, cPidFileMode);
+    // Made whole before it appears: the waiting parent, and anyone who lists
+    // the running tasks, never finds it empty.
+    const std::string path = PidFilePath(m_Pid);
+    const VeskEventCode_T made = CNewFile::Make(m_pFactory, path, cPidFileMode, [this](IOSSFile& File) {
+        return WriteLines(File) ? SUCCESS : OSS_FILE_FAILURE;
+    });
+    if (made == SUCCESS) {
+        return SUCCESS;
+    }
+    if (made != EEXIST) {
+        return NO_ROOT_DIR_ENVVAR_PRESENT;
+    }
+
+    // The file of an earlier process that had this pid: written over in
+    // place, as it always was.
+    IOSSFile* file = m_pFactory->CreateFile(path.c_str(), cPidFileFlags, cPidFileMode);
     if (file == nullptr) {
         return NO_ROOT_DIR_ENVVAR_PRESENT;
     }
@@ -71,30 +87,36 @@ VeskEventCode_T CPidFile::WritePidFile()
         delete file;
         return NO_ROOT_DIR_ENVVAR_PRESENT;
     }
+    // Nothing reads the file back before the task runs, so a failed line
+    // write here is not worth failing the start for.
+    WriteLines(*file);
+    delete file;
+    return SUCCESS;
+}
 
+bool CPidFile::WriteLines(IOSSFile& File) const
+{
     int major = 0;
     int minor = 0;
     SplitVersion(cSoftwareVersion, &major, &minor);
 
-    // One formatted write per line. Nothing reads the file back before the
-    // task runs, so a failed line write is not worth failing the start for.
-    // Room for the longest command-pipe name, its newline and the NUL.
+    // One formatted write per line. Room for the longest command-pipe name,
+    // its newline and the NUL.
     char line[sizeof(m_CommandPipe) + 1];
+    bool written = true;
     std::memset(line, 0, sizeof(line));
     std::snprintf(line, sizeof(line), "%s\n", m_TaskName.c_str());
-    file->WriteStream(line);
+    written = File.WriteStream(line) && written;
     std::memset(line, 0, sizeof(line));
     std::snprintf(line, sizeof(line), "%s\n", m_CommandPipe);
-    file->WriteStream(line);
+    written = File.WriteStream(line) && written;
     std::memset(line, 0, sizeof(line));
     std::snprintf(line, sizeof(line), "%d\n", m_Pid);
-    file->WriteStream(line);
+    written = File.WriteStream(line) && written;
     std::memset(line, 0, sizeof(line));
     std::snprintf(line, sizeof(line), "%d.%02d\n", major, minor);
-    file->WriteStream(line);
-
-    delete file;
-    return SUCCESS;
+    written = File.WriteStream(line) && written;
+    return written;
 }
 
 VeskEventCode_T CPidFile::RemovePidFile()

@@ -23,8 +23,10 @@ public:
     CPidFile& operator=(const CPidFile&) = delete;
 
     // Writes the file for the calling process. NO_ROOT_DIR_ENVVAR_PRESENT
-    // when PID_LOCATION is unset or the file cannot be created; the line
-    // writes themselves are not checked.
+    // when PID_LOCATION is unset or the file cannot be created (a symbolic
+    // link at its name included). A new file appears only once all its lines
+    // are written, or not at all; a file left by an earlier process with
+    // the same pid is written over in place, its line writes unchecked.
     VeskEventCode_T WritePidFile();
     // Removes the file written by WritePidFile; OSS_FILE_FAILURE when none
     // was written by this object.
@@ -43,6 +45,8 @@ protected:
 
 private:
     static std::string PidFileName(int pid);
+    // Writes the four lines; false when any write failed.
+    bool WriteLines(IOSSFile& File) const;
 
     int m_Pid;
     std::string m_TaskName;

@@ -1,6 +1,7 @@
 #include "Utilities/PipeSender.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
@@ -32,6 +33,13 @@ VeskEventCode_T PipeSender::Send(IOSSFactory* pFactory, const char* PipeEnvName,
     VESK_ASSERT(pPipe && "PipeSender::Send() Pipe not created");
 
     VeskEventCode_T status = pPipe->GetLastError();
+    // Only a FIFO takes messages: a regular file or a device at the path
+    // (the link to one is already refused by the open) would be written to
+    // for good. It fails as the task's own command pipe does in its place.
+    struct stat kind {};
+    if (status == SUCCESS && (fstat(pPipe->GetFileDescriptor(), &kind) != 0 || !S_ISFIFO(kind.st_mode))) {
+        status = PIPE_OPEN_FAILURE;
+    }
     if (status == SUCCESS) {
         // The view is only read by Write; the text and its NUL go in one write
         // so that messages of several writers never interleave.

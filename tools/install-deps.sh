@@ -5,7 +5,7 @@
 #   tools/install-deps.sh armhf|aarch64   a cross build and qemu-user to test it
 set -euo pipefail
 
-packages=(cmake ninja-build googletest iproute2 util-linux tshark systemd strace)
+packages=(cmake ninja-build googletest iproute2 util-linux tshark systemd strace dpkg-dev lintian man-db pkgconf)
 case "${1:-}" in
     armhf) packages+=(g++-arm-linux-gnueabihf qemu-user) ;;
     aarch64) packages+=(g++-aarch64-linux-gnu qemu-user) ;;

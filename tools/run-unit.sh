@@ -2,54 +2,81 @@
 # Runs the master bottom task inside a simulated unit on this machine and
 # shows what it does; ends on its own after about 20 seconds.
 #
-# The unit lives in a network namespace of its own (nothing reaches this
-# machine's interfaces) where eth0 has 10.0.0.2/24, as on a real unit, and in
-# a temporary directory that holds its database, pipes and PID files. Around
-# the task run stand-ins: the two ping tasks writing their local bottoms, the
-# error handler and LED tasks reading their pipes, and a display unit that
-# prints the master bottom as it changes. The script asks the task
-# "Are You Alive?", sends it a command it does not know, and shuts it down.
+# The unit lives in namespaces of its own: a network namespace (nothing
+# reaches this machine's interfaces) where eth0 has 10.0.0.2/24, as on a
+# real unit; a PID namespace whose first process is this script, so that
+# when the script ends, however it ends, the kernel ends every process of
+# the unit with it; and a mount namespace where the unit's directory (its
+# database, pipes and PID files) is a tmpfs that disappears with the last
+# of those processes. Around the task run stand-ins: the two ping tasks
+# writing their local bottoms, the error handler and LED tasks reading their
+# pipes, and a display unit that prints the master bottom as it changes.
+# The script asks the task "Are You Alive?", sends it a command it does not
+# know, and shuts it down.
+#
+# VESK_BUILD names the build directory (default build/release), built or
+# brought up to date first.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
-build="$top/build/release"
+build=${VESK_BUILD:-$top/build/release}
 
-if [ -z "${VESK_UNIT_NETNS:-}" ]; then
+if [ -z "${VESK_UNIT_NAMESPACES:-}" ]; then
     "$top/tools/install-deps.sh"
-    # Quiet when the build works; its errors are shown when it does not.
-    log=$(mktemp)
-    trap 'rm -f "$log"' EXIT
-    if ! { [ -f "$build/build.ninja" ] ||
-           cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++; } >"$log" 2>&1 ||
-       ! ninja -C "$build" MasterBottomTask vesk_tool MakeTransducerFiles >>"$log" 2>&1; then
-        cat "$log" >&2
-        echo "[unit] verdict: FAILED, the build failed (errors above)" >&2
-        exit 1
-    fi
-    rm -f "$log"
-    trap - EXIT
     as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-    exec "${as_root[@]}" unshare -n env VESK_UNIT_NETNS=1 "$0" "$@"
+    # exec: this process becomes the namespaces' keeper (unshare), and its
+    # end, even by SIGKILL, kills the script's second run (--kill-child),
+    # the PID namespace's first process, and with it the whole unit.
+    exec "${as_root[@]}" unshare --net --pid --mount --propagation private --fork --kill-child \
+        env VESK_UNIT_NAMESPACES=1 VESK_UNIT_KEEPER=$$ VESK_BUILD="$build" "$0" "$@"
 fi
 
 say() { printf '[unit] %s\n' "$*"; }
+trap 'say "interrupted"; exit 130' INT TERM
+# The keeper blocks INT and TERM while it waits for us, and the first
+# process of a PID namespace gets no signal it has no handler for: a Ctrl-C
+# before the trap above, or an INT or TERM sent to the script's own pid (the
+# keeper's), would be lost. A watcher passes what the keeper holds pending
+# on to the unit, as a Ctrl-C would; it reads the keeper's status through
+# the machine's /proc, kept as its working directory.
+keeper_interrupted() {
+    local name mask pending=0
+    while read -r name mask; do
+        [[ $name == ShdPnd: || $name == SigPnd: ]] && pending=$((pending | 0x$mask))
+    done <status
+    (( pending & (1 << (2 - 1) | 1 << (15 - 1)) ))   # bit n-1 for signal n: INT, TERM
+}
+cd "/proc/$VESK_UNIT_KEEPER"
+(
+    while ! keeper_interrupted; do
+        sleep 0.2
+    done
+    kill -INT -1 1
+) &
+cd "$OLDPWD"
+# From here /proc shows the unit's processes only.
+mount -t proc proc /proc
+# The unit's directory, seen only inside its mount namespace; /run of the
+# machine is not needed in here.
+mount -t tmpfs -o mode=0755,size=64m vesk-unit /run
+unit=/run/vesk-unit
+mkdir "$unit"
+
+# Quiet when the build works; its errors are shown when it does not. Built
+# in here, so that an interrupted build ends with the rest.
+if ! { [ -f "$build/build.ninja" ] ||
+       cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++; } >"$unit/build.log" 2>&1 ||
+   ! ninja -C "$build" MasterBottomTask vesk_tool MakeTransducerFiles >>"$unit/build.log" 2>&1; then
+    cat "$unit/build.log" >&2
+    echo "[unit] verdict: FAILED, the build failed (errors above)" >&2
+    exit 1
+fi
 
 source "$top/tools/unit-environment.sh"
 make_unit_network
 
-unit=$(mktemp -d /tmp/vesk-unit-XXXXXX)
-pids=()
-task_pid=
 checks=()
 failed=()
-cleanup() {
-    # Everything started here ends with the script, on Ctrl-C too; the task
-    # was forked away from us and is found through its PID file.
-    [ -n "$task_pid" ] && kill "$task_pid" 2>/dev/null
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$unit"
-}
 verdict() {
     if [ ${#failed[@]} -eq 0 ]; then
         say "verdict: PASSED, $(IFS=,; echo "${checks[*]}" | sed 's/,/, /g')"
@@ -60,8 +87,9 @@ verdict() {
 }
 passed() { checks+=("$1"); }
 fail() { failed+=("$1"); say "FAILED: $1"; verdict; }
-trap cleanup EXIT
-trap 'say "interrupted"; exit 130' INT TERM
+# Nothing to clean up by hand: this script is the first process of the
+# unit's PID namespace, and its exit ends every other one (the task forked
+# away from us included) and takes the unit's tmpfs with them.
 
 make_unit_environment "$unit"
 "$build/tools/MakeTransducerFiles" "$SUPPORTED_TRANSDUCER_DIR" "$TRANSDUCER_ID_FILE_PREFIX" \
@@ -80,17 +108,17 @@ serve_pipe() {
         [[ $message == *:ACK_* ]] && touch "$unit/acknowledged"
     done <>"$fifo"
 }
-serve_pipe "error handler" "$IPC_ERROR_HANDLER_TASK" & pids+=($!)
-serve_pipe "led task" "$IPC_LED_TASK" & pids+=($!)
+serve_pipe "error handler" "$IPC_ERROR_HANDLER_TASK" &
+serve_pipe "led task" "$IPC_LED_TASK" &
 
 say "depth offset -300"
 "$vesk" db set SystemSettings DepthOffset=-300 >/dev/null
 # Primary: a valid bottom that shoals, then loses it for a moment.
-"$vesk" ping-task --interval 900 PPT 2:1500 2:1480 2:1460 1:0 2:1440 & pids+=($!)
+"$vesk" ping-task --interval 900 PPT 2:1500 2:1480 2:1460 1:0 2:1440 &
 # Secondary: a valid bottom, then out of use for a while.
-"$vesk" ping-task --interval 1300 SPT 2:1200 2:1250 0:0 0:0 2:1300 & pids+=($!)
-"$vesk" display >"$unit/display.out" & pids+=($!)
-tail -f "$unit/display.out" 2>/dev/null & pids+=($!)
+"$vesk" ping-task --interval 1300 SPT 2:1200 2:1250 0:0 0:0 2:1300 &
+"$vesk" display >"$unit/display.out" &
+tail -f "$unit/display.out" 2>/dev/null &
 sleep 0.5
 
 say "vesk check (what the service runs before a start):"
@@ -136,7 +164,6 @@ say "sending Shutdown and waiting for the task to end"
 "$vesk" send --wait=5 Shutdown || fail "the task did not stop"
 wait "$task_pipeline" || true
 [ -e "$pid_file" ] && fail "the PID file is still there"
-task_pid=
 passed "Shutdown ended the task and removed its PID file"
 sleep 0.3
 verdict

@@ -10,6 +10,7 @@
 #include "Utilities/OSSLinuxFactory.h"
 #include "Utilities/PidFile.h"
 #include "Utilities/ProductFamily.h"
+#include "Utilities/StandardStreams.h"
 #include "tasks/MasterBottomTask/MasterBottomTask.h"
 
 namespace {
@@ -22,6 +23,11 @@ const char* const cWhere = "MasterBottomTask main()";
 
 int main()
 {
+    // Before anything is opened: a closed standard output would hand its
+    // number to the command pipe, and every event line would land in it.
+    if (!OpenStandardStreams()) {
+        return 1;
+    }
     // Created in this order and kept until the process ends (the factory
     // outlives everything built on it).
     const std::unique_ptr<COSSLinuxFactory> factory(new COSSLinuxFactory());

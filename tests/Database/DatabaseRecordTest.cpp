@@ -19,7 +19,7 @@
 #include "Database/DatabaseRecordingStatusMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
 #include "tests/support/TestBytes.h"
-#include "tests/support/RecordingFactory.h"
+#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
 
 // The machinery is shared: it is proven here on the master bottom record;
@@ -56,7 +56,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CFaultyFactory m_Factory;
 };
 
 TEST_F(DatabaseRecordTest, AUnitInfoFileOfAnotherAddressIsBroughtUpToDate)
@@ -133,12 +133,14 @@ TEST_F(DatabaseRecordTest, WhatIsNoRegularFileAtTheNameIsNoRecordFile)
     EXPECT_NE(record.GetMasterDepth(), 777);
     std::remove(Path().c_str());
 
-    // A link to a whole record is replaced by nothing of its own: the
-    // defaults go where the link points.
+    // Nor is a link to a whole record, and nothing is ever written through
+    // one: the defaults' store fails as a failed open fails.
     ASSERT_EQ(symlink(elsewhere.c_str(), Path().c_str()), 0);
-    EXPECT_EQ(record.readDB(), SUCCESS);
+    EXPECT_EQ(record.readDB(), ELOOP);
+    EXPECT_EQ(TakeWhys(" CheckForFile"), std::vector<std::string>{"failed to write to DB"});
     EXPECT_NE(record.GetMasterDepth(), 777);
-    EXPECT_NE(CSandbox::ReadFile(elsewhere), stored);
+    EXPECT_EQ(record.writeDB(), ELOOP);
+    EXPECT_EQ(CSandbox::ReadFile(elsewhere), stored);
     std::remove(Path().c_str());
 
     WriteFileBytes("");
@@ -148,15 +150,62 @@ TEST_F(DatabaseRecordTest, WhatIsNoRegularFileAtTheNameIsNoRecordFile)
     EXPECT_FALSE(CSandbox::Exists(Path()));
 }
 
+// Another process may make the file while this one makes it: its file is
+// kept (and loaded) rather than overwritten with defaults, while a value of
+// this record's own is stored into it as into any existing file.
+TEST_F(DatabaseRecordTest, AFileMadeMeanwhileElsewhereKeepsItsContentAgainstDefaultsOnly)
+{
+    const std::string theirs = Image(116, 1234, 0x33);
+    m_Factory.m_BeforeLink = [&](const std::string& Name) {
+        if (Name == Path()) {
+            WriteFileBytes(theirs);
+        }
+    };
+    Record record(&m_Factory);
+    EXPECT_EQ(record.GetLastError(), SUCCESS);
+    EXPECT_EQ(FileBytes(), theirs);
+    EXPECT_EQ(PacketOf(record), theirs);
+
+    ASSERT_EQ(std::remove(Path().c_str()), 0);
+    EXPECT_EQ(record.readDB(), SUCCESS);
+    EXPECT_EQ(FileBytes(), theirs) << "recreating the missing file gave way too";
+
+    ASSERT_EQ(std::remove(Path().c_str()), 0);
+    record.SetMasterDepth(777);
+    EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_EQ(FileBytes(), PacketOf(record));
+    EXPECT_NE(FileBytes(), theirs);
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
+
+// A process that dies while it makes the file leaves none: the next one
+// finds it missing, not empty.
+TEST_F(DatabaseRecordTest, AProcessKilledWhileMakingTheFileLeavesNoFile)
+{
+    std::fflush(stdout);
+    const pid_t maker = fork();
+    if (maker == 0) {
+        m_Factory.m_BeforeLink = [](const std::string&) { _exit(0); };
+        Record record(&m_Factory);
+        _exit(1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(maker, &status, 0), maker);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "died making the file";
+    EXPECT_FALSE(CSandbox::Exists(Path()));
+    Record record(&m_Factory);
+    EXPECT_EQ(FileBytes(), PacketOf(record));
+    EXPECT_TRUE(m_Factory.m_Events.empty());
+}
+
 TEST_F(DatabaseRecordTest, FailuresToOpenOrWriteAreReportedAndReturned)
 {
-    m_Factory.m_FailOpenWith = EACCES;
-    m_Factory.m_FailOpenCount = 1;
+    m_Factory.Arm(FAULT_OPEN, 1, EACCES);
     Record record(&m_Factory);
     EXPECT_EQ(record.GetLastError(), EACCES);
     EXPECT_EQ(TakeWhys(" constructor"), std::vector<std::string>{"failed to write to DB"});
 
-    ASSERT_EQ(symlink("/dev/full", Path().c_str()), 0);
+    m_Factory.Arm(FAULT_WRITE, 1, ENOSPC);
     EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
     EXPECT_EQ(m_Factory.m_Events.at(0).Code, ENOSPC);
     EXPECT_EQ(TakeWhys("::writeDB"), std::vector<std::string>{"Failed to write contents"});
@@ -256,9 +305,9 @@ TEST_F(DatabaseRecordFieldsTest, RecordingStatusFailedStoresAndLoadsReportNothin
     m_Sandbox.SetEnv("NONPERSISTED_DATABASE_ROOT", (m_Sandbox / "nonpersisted").c_str());
 
     CDatabaseRecordingStatusMessage record(&m_Factory);
-    ASSERT_EQ(unlink(path.c_str()), 0);
-    ASSERT_EQ(symlink("/dev/full", path.c_str()), 0);
+    m_Factory.Arm(FAULT_WRITE, 1, ENOSPC);
     EXPECT_EQ(record.writeDB(), SUCCESS);
+    EXPECT_TRUE(m_Factory.Fired());
     ASSERT_EQ(unlink(path.c_str()), 0);
     // A short file is still reported as the loads of every record report it.
     m_Sandbox.WriteFile("nonpersisted/RecordingStatus.bin", "short");

@@ -316,6 +316,27 @@ TEST_F(TransducerIdDeathTest, WrongSizesNullsAndReservedSelectionsAreFatal)
     EXPECT_DEATH(record.SelectDepthTransducerId(0), HasSubstr("fromDir.str().length() <= MAX_DATABASE_PATH_LENGTH"));
 }
 
+// The legacy file's full path may have 256 characters, not one more.
+TEST_F(TransducerIdDeathTest, LegacyFilePathsUpTo256CharactersAreCopied)
+{
+    CDatabaseTransducerIdMessage record(&m_Factory);
+    const std::string legacy = TransducerFiles::Image(TransducerFiles::StandardDepthTransducers()[0]);
+    const std::string file = "DepthXdcr1.bin";
+    // A directory whose path, a slash and the file name make 256 characters.
+    const size_t padding = 256 - (m_Supported.size() + 1) - (file.size() + 1);
+    ASSERT_LT(padding, 256u);
+    const std::string directory = m_Sandbox.MakeDir("supported/" + std::string(padding, 'p'));
+    m_Sandbox.SetEnv("SUPPORTED_TRANSDUCER_DIR", directory.c_str());
+    m_Sandbox.WriteFile("supported/" + std::string(padding, 'p') + "/" + file, legacy);
+    m_Sandbox.WriteFile("supported/" + std::string(padding, 'p') + "/DepthXdcr10.bin", legacy);
+    ASSERT_EQ((directory + "/" + file).size(), 256u);
+
+    EXPECT_EQ(record.SelectDepthTransducerId(1), SUCCESS);
+    EXPECT_EQ(CSandbox::ReadFile(record.GetDBFilePath()), legacy);
+    EXPECT_DEATH(record.SelectDepthTransducerId(10),
+                 HasSubstr("Assertion `from.str().length() <= MAX_DATABASE_PATH_LENGTH' failed"));
+}
+
 TEST_F(TransducerIdTest, LegacySelectionReplacesTheRecordFileOrChangesNothing)
 {
     CDatabaseTransducerIdMessage record(&m_Factory);

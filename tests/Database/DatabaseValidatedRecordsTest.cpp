@@ -9,7 +9,7 @@
 #include "Database/DatabaseCommandMessage.h"
 #include "Database/DatabaseHeartbeatMessage.h"
 #include "tests/support/TestBytes.h"
-#include "tests/support/RecordingFactory.h"
+#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -49,7 +49,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CFaultyFactory m_Factory;
 };
 
 const std::vector<std::string> cNotice(const char* Where)
@@ -87,11 +87,10 @@ TEST_F(DatabaseValidatedRecordsTest, CommandFailureTextsAreItsOwn)
 {
     CDatabaseCommandMessage record(&m_Factory);
     std::remove(record.GetDBFilePath());
-    m_Factory.m_FailOpenWith = EACCES;
-    m_Factory.m_FailOpenCount = 1;
+    m_Factory.Arm(FAULT_OPEN, 1, EACCES);
     EXPECT_EQ(record.CheckForFile(), EACCES);
     EXPECT_EQ(TakeEvents(), std::vector<std::string>{"6 CDatabaseCommandMessage CheckForFile Failed to write to DB"});
-    ASSERT_EQ(symlink("/dev/full", record.GetDBFilePath()), 0);
+    m_Factory.Arm(FAULT_WRITE, 1, ENOSPC);
     EXPECT_EQ(record.writeDB(), FAILED_TO_WRITE_FILE_CONTENTS);
     EXPECT_EQ(TakeEvents(), std::vector<std::string>{"3 CDatabaseCommandMessage::writeDB() failed to write contents"});
 }

@@ -20,6 +20,7 @@
 #include "Utilities/OSSLinuxFactory.h"
 #include "Utilities/PipeSender.h"
 #include "tests/support/FifoReader.h"
+#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -51,7 +52,9 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    COSSLinuxFactory m_Factory;
+    // Keeps what reaches the system log; events built directly on it print
+    // and log as on a unit.
+    CRecordingFactory m_Factory;
 };
 
 // The text with its ctime time stamp replaced by "<time>".
@@ -130,17 +133,30 @@ TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
         {-100, CEventCodes::cNotListedText + " (-100)"s}, {-179, CEventCodes::cNotListedText + " (-179)"s}};
     for (const auto& [number, what] : lines) {
         CEventCodes events(&m_Factory, nullptr);
-        EXPECT_EQ(Masked(Send(events, LOG_INFO, number, "it happened")),
-                  "6::MasterBottomTask:" + what + " @ <time> in CThing::Do because it happened (OptDebug Build)\n");
+        const std::string line = "MasterBottomTask:" + what + " @ <time> in CThing::Do because it happened (OptDebug Build)";
+        EXPECT_EQ(Masked(Send(events, LOG_INFO, number, "it happened")), "6::" + line + "\n");
+        ASSERT_EQ(m_Factory.m_Logged.size(), 1u);
+        EXPECT_EQ(m_Factory.m_Logged[0].first, LOG_INFO);
+        EXPECT_EQ(Masked(m_Factory.m_Logged[0].second), line);
+        m_Factory.m_Logged.clear();
     }
 
+    // The longest line is printed and logged whole, to its last character
+    // and not one beyond; one more is neither.
     CEventCodes events(&m_Factory, nullptr);
     ASSERT_EQ(events.ConstructMessage("SUCCESS", "CThing::Do", "", SUCCESS), SUCCESS);
     const size_t fixedLength = std::strlen(events.GetMessage());
     EXPECT_EQ(Send(events, LOG_ERR, SUCCESS, std::string(512 - fixedLength, 'y'), ERROR_REPORT_TOO_LARGE), "");
-    const std::string printed = Send(events, LOG_ERR, SUCCESS, std::string(511 - fixedLength, 'y'));
-    EXPECT_EQ(printed, "3::"s + events.GetMessage() + "\n");
+    EXPECT_TRUE(m_Factory.m_Logged.empty());
+    const std::string filler(508 - fixedLength, 'y');
+    const std::string printed = Send(events, LOG_ERR, SUCCESS, filler + "%%z");
+    const std::string head = std::string(events.GetMessage()).substr(0, fixedLength - 17);
+    EXPECT_EQ(printed, "3::" + head + filler + "%%z (OptDebug Build)\n");
     EXPECT_EQ(std::strlen(events.GetMessage()), 511u);
+    ASSERT_EQ(m_Factory.m_Logged.size(), 1u);
+    EXPECT_EQ(m_Factory.m_Logged[0].first, LOG_ERR);
+    EXPECT_EQ(m_Factory.m_Logged[0].second, head + filler + "%z (OptDebug Build)");
+    EXPECT_EQ(m_Factory.m_Logged[0].second.size(), 510u);
 }
 
 // The stamp is the event's own time as ctime writes it: on a target whose
@@ -158,17 +174,21 @@ TEST_F(EventCodesTest, StampIsTheTimeOfTheEvent)
 
 TEST_F(EventCodesTest, LoggedLineTreatsOnlyDoubledPercentsAsTheLoggerWould)
 {
-    // Events are logged without openlog; an echo to stderr shows what the logger got.
-    openlog("vesk-test", LOG_PERROR, LOG_USER);
-    CEventCodes events(&m_Factory, nullptr);
-    testing::internal::CaptureStderr();
-    const std::string printed = Send(events, LOG_ERR, SUCCESS, "50%% done") + Send(events, LOG_ERR, SUCCESS, "%s%n%");
-    const std::string logged = testing::internal::GetCapturedStderr();
-    openlog(nullptr, 0, LOG_USER);   // closelog alone keeps the echo
-    closelog();
-    EXPECT_NE(printed.find("because 50%% done (OptDebug"), std::string::npos) << printed;
-    EXPECT_NE(logged.find("because 50% done (OptDebug"), std::string::npos) << logged;
-    EXPECT_NE(logged.find("because %s%n% (OptDebug"), std::string::npos) << logged;
+    // Why-text, what the log receives of it. Any single '%' keeps the line
+    // as printed; only a line of "%%" pairs has them collapsed.
+    const std::pair<std::string, std::string> rows[] = {
+        {"50%% done", "50% done"}, {"%%%%", "%%"}, {"%s%n%", "%s%n%"}, {"%%s%", "%%s%"}, {"100%", "100%"},
+        {"%", "%"}, {"", ""}};
+    for (const auto& [why, logged] : rows) {
+        SCOPED_TRACE(why);
+        CEventCodes events(&m_Factory, nullptr);
+        const std::string printed = Send(events, LOG_ERR, SUCCESS, why);
+        EXPECT_NE(printed.find(" because " + why + " (OptDebug Build)\n"), std::string::npos) << printed;
+        ASSERT_EQ(m_Factory.m_Logged.size(), 1u);
+        const std::string& line = m_Factory.m_Logged[0].second;
+        EXPECT_EQ(line.substr(line.find(" because ")), " because " + logged + " (OptDebug Build)");
+        m_Factory.m_Logged.clear();
+    }
 }
 
 TEST_F(EventCodesTest, EventsSetAndClearTheirLedPatternAndStatusBitsEvenWhenRefused)
@@ -212,6 +232,30 @@ TEST_F(EventCodesTest, AcknowledgementArrivesByteForByteUnlessTooLongAndAnUnsetP
                  "name of a valid Environment Variable or it is not set\"' failed");
 }
 
+// Messages go into a FIFO only, and never through a symbolic link at the
+// pipe's name, not even to a FIFO: a link fails as the open fails, anything
+// but a FIFO is no pipe. Neither is written to.
+TEST_F(EventCodesTest, PipeMessagesGoOnlyIntoAFifoAndNeverThroughALink)
+{
+    const std::string fifo = std::getenv("IPC_ERROR_HANDLER_TASK");
+    CFifoReader handler(fifo);
+    const std::string outside = m_Sandbox.WriteFile("outside", "kept");
+    const std::string toFifo = m_Sandbox / "to-fifo";
+    const std::string toFile = m_Sandbox / "to-file";
+    ASSERT_EQ(symlink(fifo.c_str(), toFifo.c_str()), 0);
+    ASSERT_EQ(symlink(outside.c_str(), toFile.c_str()), 0);
+    const std::string plain = m_Sandbox.WriteFile("plain.fifo", "kept");
+    const std::pair<std::string, VeskEventCode_T> rows[] = {
+        {toFifo, ELOOP}, {toFile, ELOOP}, {plain, PIPE_OPEN_FAILURE}, {fifo, SUCCESS}};
+    for (const auto& [path, result] : rows) {
+        m_Sandbox.SetEnv("IPC_ERROR_HANDLER_TASK", path.c_str());
+        EXPECT_EQ(m_Factory.SendAckToErrorHandler("ACK_MasterBottomTask"), result) << path;
+    }
+    EXPECT_EQ(handler.Drain(), "MasterBottomTask:ACK_MasterBottomTask\0"s);
+    EXPECT_EQ(CSandbox::ReadFile(outside), "kept");
+    EXPECT_EQ(CSandbox::ReadFile(plain), "kept");
+}
+
 TEST_F(EventCodesTest, EachLineReachesARedirectedStdoutOnceAcrossForks)
 {
     const std::string output = m_Sandbox / "stdout.txt";
@@ -220,9 +264,9 @@ TEST_F(EventCodesTest, EachLineReachesARedirectedStdoutOnceAcrossForks)
         // A file makes stdout fully buffered, as on the units. _exit skips the
         // exit-time flush: only what SendEvent flushed itself reaches the file.
         if (std::freopen(output.c_str(), "w", stdout) != nullptr) {
-            m_Factory.SendEvent(LOG_INFO, SUCCESS, "CThing::Do", "before fork");
+            CEventCodes(&m_Factory, nullptr).SendEvent(LOG_INFO, SUCCESS, "CThing::Do", "before fork");
             if (fork() == 0) {
-                m_Factory.SendEvent(LOG_INFO, SUCCESS, "CThing::Do", "in grandchild");
+                CEventCodes(&m_Factory, nullptr).SendEvent(LOG_INFO, SUCCESS, "CThing::Do", "in grandchild");
             }
             wait(nullptr);   // the grandchild has none to wait for
         }

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/inotify.h>
 #include <sys/resource.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -116,6 +117,38 @@ std::set<std::string> Tree(const std::string& Directory)
 // directory, so that a leading '-' is where an option would be. The
 // neighbours are what the commands would have touched had they split or
 // expanded the path; "pwned" is what a command injected after ';' would make.
+TEST_F(OSSLinuxFactoryTest, LinkGivesAFileAnotherNameButNeverTakesOneThatIsThere)
+{
+    const std::string file = m_Sandbox.WriteFile("file", "new");
+    const std::string taken = m_Sandbox.WriteFile("taken", "old");
+    const std::string dangling = m_Sandbox / "dangling";
+    ASSERT_EQ(symlink((m_Sandbox / "nowhere").c_str(), dangling.c_str()), 0);
+    EXPECT_EQ(m_Factory.LinkFile(file.c_str(), (m_Sandbox / "name").c_str()), SUCCESS);
+    EXPECT_EQ(m_Factory.LinkFile(file.c_str(), taken.c_str()), EEXIST);
+    EXPECT_EQ(m_Factory.LinkFile(file.c_str(), dangling.c_str()), EEXIST);
+    EXPECT_EQ(CSandbox::ReadFile(taken), "old");
+    EXPECT_FALSE(CSandbox::Exists(m_Sandbox / "nowhere"));
+
+    EXPECT_EQ(m_Factory.UnlinkFile(file.c_str()), SUCCESS);
+    EXPECT_EQ(m_Factory.UnlinkFile(file.c_str()), ENOENT);
+    EXPECT_EQ(CSandbox::ReadFile(m_Sandbox / "name"), "new");
+}
+
+// The line is the message, never a format: its '%' characters go to the
+// log as they stand.
+TEST_F(OSSLinuxFactoryTest, SystemLogTakesTheLineAsItStands)
+{
+    // Logged without openlog in the product; an echo to stderr shows here
+    // what the logger got.
+    openlog("vesk-test", LOG_PERROR, LOG_USER);
+    testing::internal::CaptureStderr();
+    COSSLinuxFactory().WriteSystemLog(LOG_DEBUG, "50%% %s%n% done");
+    const std::string logged = testing::internal::GetCapturedStderr();
+    openlog(nullptr, 0, LOG_USER);   // closelog alone keeps the echo
+    closelog();
+    EXPECT_NE(logged.find("vesk-test: 50%% %s%n% done\n"), std::string::npos) << logged;
+}
+
 TEST_F(OSSLinuxFactoryTest, ShellCommandsTouchExactlyTheNamedPath)
 {
     const std::string names[] = {"a b", "quo'te", "dol$HOME", "semi;touch pwned", "new\nline", "-rf", "star*"};

@@ -101,6 +101,30 @@ TEST(OSSLinuxFileLockTest, ReadersNeverStopAWriterWhoThenHoldsTheFile)
     }
 }
 
+// Whatever may be written refuses a symbolic link at its name, dangling or
+// not, as a failed open; only reading goes through one.
+TEST(OSSLinuxFileTest, OpensForWritingRefuseASymbolicLinkAtTheName)
+{
+    CSandbox sandbox;
+    const std::string outside = sandbox.WriteFile("outside", "kept");
+    const std::string link = sandbox / "link";
+    const std::string dangling = sandbox / "dangling";
+    ASSERT_EQ(symlink(outside.c_str(), link.c_str()), 0);
+    ASSERT_EQ(symlink((sandbox / "nowhere").c_str(), dangling.c_str()), 0);
+    uint8_t byte = 'x';
+    const Buffer_Bytes_T one(&byte, 1);
+    for (const int flags : {O_WRONLY, O_WRONLY | O_CREAT | O_NONBLOCK, O_RDWR, O_RDWR | O_CREAT | O_TRUNC}) {
+        for (const std::string& path : {link, dangling}) {
+            COSSLinuxFile file(path.c_str(), flags, 0600);
+            EXPECT_EQ(file.GetLastError(), ELOOP) << path << " " << flags;
+            EXPECT_FALSE(file.Write(&one));
+        }
+    }
+    EXPECT_EQ(CSandbox::ReadFile(outside), "kept");
+    EXPECT_FALSE(CSandbox::Exists(sandbox / "nowhere"));
+    EXPECT_EQ(COSSLinuxFile(link.c_str(), O_RDONLY, 0).GetLastError(), 0);
+}
+
 TEST(OSSLinuxFileTest, FileNameUpTo255CharactersOnly)
 {
     CSandbox sandbox;

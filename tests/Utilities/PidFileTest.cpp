@@ -6,11 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <utility>
 
 #include "Utilities/OSSLinuxFactory.h"
+#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
 
 namespace {
@@ -69,6 +71,28 @@ TEST_F(PidFileTest, RemoveDeletesOnlyAFileThisObjectWroteAndTheLocationMustBeSet
     m_Sandbox.SetEnv("PID_LOCATION", nullptr);
     EXPECT_EQ(pidFile.WritePidFile(), NO_ROOT_DIR_ENVVAR_PRESENT);
     EXPECT_DEATH(pidFile.PidFilePath(1), "PID_LOCATION environment variable not set");
+}
+
+// A link at the name is refused as a file that cannot be created, and a
+// file whose lines cannot all be written never appears.
+TEST_F(PidFileTest, NoFileIsWrittenThroughALinkOrLeftHalfWritten)
+{
+    CPidFile pidFile(&m_Factory, "IPC_MASTER_BOTTOM_TASK");
+    m_Sandbox.MakeDir("run/pids");
+    const std::string outside = m_Sandbox.WriteFile("outside", "kept\n");
+    const std::string path = PathOf(getpid());
+    ASSERT_EQ(symlink(outside.c_str(), path.c_str()), 0);
+    EXPECT_EQ(pidFile.WritePidFile(), NO_ROOT_DIR_ENVVAR_PRESENT);
+    EXPECT_EQ(CSandbox::ReadFile(outside), "kept\n");
+    ASSERT_EQ(unlink(path.c_str()), 0);
+
+    CFaultyFactory faulty;
+    faulty.SetName("MasterBottomTask");
+    CPidFile failing(&faulty, "IPC_MASTER_BOTTOM_TASK");
+    faulty.Arm(FAULT_WRITE_STREAM, 3, ENOSPC);
+    EXPECT_EQ(failing.WritePidFile(), NO_ROOT_DIR_ENVVAR_PRESENT);
+    EXPECT_TRUE(faulty.Fired());
+    EXPECT_TRUE(std::filesystem::is_empty(m_Sandbox / "run/pids"));
 }
 
 TEST_F(PidFileTest, WaitFindsAFileWrittenLaterByAnotherProcess)

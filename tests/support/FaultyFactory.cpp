@@ -88,7 +88,8 @@ const char* FileFaultName(FileFault_T Fault)
 {
     static const char* const cNames[FAULT_KINDS] = {"open",      "lock",         "read",
                                                     "short read", "write",       "short write",
-                                                    "ftruncate", "read stream", "write stream"};
+                                                    "ftruncate", "read stream", "write stream",
+                                                    "link"};
     return cNames[Fault];
 }
 
@@ -129,4 +130,15 @@ IOSSFile* CFaultyFactory::CreateFile(const char* Name, int flags, int mode)
 IOSSFile* CFaultyFactory::CreatePipe(const char* Name, int flags)
 {
     return CreateFile(Name, flags, 0);
+}
+
+VeskEventCode_T CFaultyFactory::LinkFile(const char* Existing, const char* NewName)
+{
+    if (m_BeforeLink) {
+        m_BeforeLink(NewName);
+    }
+    if (const int error = Inject(FAULT_LINK)) {
+        return error;
+    }
+    return CRecordingFactory::LinkFile(Existing, NewName);
 }

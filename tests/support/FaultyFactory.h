@@ -1,6 +1,7 @@
 #ifndef TESTS_SUPPORT_FAULTYFACTORY_H
 #define TESTS_SUPPORT_FAULTYFACTORY_H
 
+#include <functional>
 #include <map>
 #include <string>
 
@@ -17,6 +18,7 @@ enum FileFault_T {
     FAULT_FTRUNCATE,     // Ftruncate
     FAULT_READ_STREAM,   // a typed text read
     FAULT_WRITE_STREAM,  // WriteStream
+    FAULT_LINK,          // LinkFile: a new file is not put in place
     FAULT_KINDS
 };
 
@@ -40,6 +42,11 @@ public:
 
     IOSSFile* CreateFile(const char* Name, int flags, int mode) override;
     IOSSFile* CreatePipe(const char* Name, int flags) override;
+    VeskEventCode_T LinkFile(const char* Existing, const char* NewName) override;
+
+    // Called with the name just before each link (when set): what another
+    // process may do while a new file is being written.
+    std::function<void(const std::string& NewName)> m_BeforeLink;
 
     // Counts a call of Fault; the error to inject for it, or 0.
     int Inject(FileFault_T Fault);

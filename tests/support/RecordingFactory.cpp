@@ -35,3 +35,9 @@ IOSSFile* CRecordingFactory::CreateFile(const char* Name, int flags, int mode)
     }
     return COSSLinuxFactory::CreateFile(Name, flags, mode);
 }
+
+void CRecordingFactory::WriteSystemLog(int Priority, const char* Line)
+{
+    VESK_ASSERT(Line);
+    m_Logged.emplace_back(Priority, Line);
+}

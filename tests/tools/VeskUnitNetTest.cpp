@@ -65,6 +65,10 @@ TEST_F(VeskUnitNetTest, ACompleteUnitPassesAndAPartialOneHasEachFaultNamed)
     EXPECT_EQ(clean.Exit, 0) << clean.Output;
     EXPECT_TRUE(clean.Says("network: sends from 10.0.0.2")) << clean.Output;
     EXPECT_TRUE(clean.Says("check: a start can succeed")) << clean.Output;
+    // A dump that receives nothing did not see what it was run for.
+    const ToolRun_T silent = RunTool({"dump", "--group", "127.0.0.1", "--port", "3999", "--seconds", "1"});
+    EXPECT_EQ(silent.Exit, 1) << silent.Output;
+    EXPECT_TRUE(silent.Says("vesk dump: nothing received")) << silent.Output;
 
     struct Fault_T {
         const char* Variable;
@@ -89,7 +93,8 @@ TEST_F(VeskUnitNetTest, ACompleteUnitPassesAndAPartialOneHasEachFaultNamed)
         m_Sandbox.SetEnv(fault.Variable, fault.Value == "unset" ? nullptr : fault.Value.c_str());
     }
     const ToolRun_T partial = RunTool({"check"});
-    EXPECT_EQ(partial.Exit, 1);
+    // Unset variables: what they name could not be looked at.
+    EXPECT_EQ(partial.Exit, 3);
     for (const Fault_T& fault : faults) {
         EXPECT_TRUE(partial.Says(fault.Named)) << "expected \"" << fault.Named << "\" in:\n" << partial.Output;
     }
@@ -141,7 +146,9 @@ TEST_F(VeskUnitNetTest, RepairTurnsAnAbortingStartIntoACleanOne)
 
         const ToolRun_T repaired = RunTool({"check", "--repair"});
         EXPECT_EQ(repaired.Exit, 0) << repaired.Output;
-        EXPECT_TRUE(repaired.Says("repair  " + corruption.Path + ": removed")) << repaired.Output;
+        EXPECT_TRUE(repaired.Says("repair  " + corruption.Path + ": moved to " + corruption.Path + ".bad-1"))
+            << repaired.Output;
+        EXPECT_EQ(CSandbox::ReadFile(corruption.Path + ".bad-1"), corruption.Bytes);
 
         ASSERT_EQ(Launch(), 0) << CSandbox::ReadFile(m_Sandbox / "task.out");
         EXPECT_EQ(CSandbox::ReadFile(corruption.Path).size(), corruption.Bytes.size() == 22 ? 22u : 562u);
@@ -186,7 +193,8 @@ TEST_F(VeskUnitNetTest, RepairRemovesThePidFileOfATaskThatDied)
 
     const ToolRun_T noted = RunTool({"check"});
     EXPECT_EQ(noted.Exit, 0) << noted.Output;
-    EXPECT_TRUE(noted.Says(stale + ": PID file of a task that no longer runs [repairable]")) << noted.Output;
+    EXPECT_TRUE(noted.Says(stale + ": stale PID file: process " + std::to_string(task) + " no longer runs [repairable]"))
+        << noted.Output;
     EXPECT_EQ(RunTool({"send", "alive"}).Exit, 1);
     EXPECT_EQ(RunTool({"check", "--repair"}).Exit, 0);
     EXPECT_FALSE(CSandbox::Exists(stale));

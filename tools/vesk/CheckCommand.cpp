@@ -1,10 +1,10 @@
 // vesk check: is this unit's configuration one the task can start with?
 #include <cstdio>
 
-#include "Database/DatabaseFileCheck.h"
-#include "Utilities/UnitConfigCheck.h"
+#include "tools/vesk/DatabaseFileCheck.h"
 #include "tools/vesk/RecordFiles.h"
 #include "tools/vesk/ToolCommand.h"
+#include "tools/vesk/UnitConfigCheck.h"
 
 namespace {
 
@@ -18,6 +18,7 @@ ConfigFindings_T CheckAll(IOSSFactory* pFactory)
     for (const RecordFileExpectation_T& record : UnitRecordFiles()) {
         files.Check(record, findings);
     }
+    files.CheckTransducerFiles(findings);
     return findings;
 }
 
@@ -69,37 +70,45 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
     Print(findings, quiet);
     size_t problems = 0;
     bool repairable = false;
+    bool unset = false;
     for (const ConfigFinding_T& finding : findings) {
         problems += finding.Severity == ConfigFinding_T::PROBLEM ? 1 : 0;
         repairable = repairable || finding.Repairable;
+        unset = unset || finding.Unset;
     }
     if (problems == 0) {
         std::printf("check: a start can succeed\n");
         return TOOL_OK;
     }
     std::printf("check: %zu problem%s; the task would not start cleanly%s\n", problems, problems == 1 ? "" : "s",
-                repairable ? " (vesk check --repair removes what is marked repairable)" : "");
-    return TOOL_FAILED;
+                repairable ? " (vesk check --repair moves aside what is marked repairable)" : "");
+    // Without a variable the task needs, what it names could not be looked at.
+    return unset ? TOOL_UNAVAILABLE : TOOL_FAILED;
 }
 
 } // namespace
 
 const ToolCommand_T cCheckCommand = {
-    "check", "check the unit's configuration before a start; --repair fixes record files",
+    "check", "check the unit's configuration before a start; --repair fixes record and PID files",
     "usage: vesk check [--repair] [--quiet]\n"
     "\n"
     "Checks what the master bottom task needs from its environment: every\n"
     "variable it reads (set and sensible), the directories (present, writable),\n"
     "the pipes (FIFOs), an interface with a 10.x.x.x address to send from, no\n"
-    "instance already running, and every record file (id, size field, version,\n"
-    "serial number). Each finding names the variable or path concerned.\n"
+    "instance already running, every record file (a regular file with the\n"
+    "record's id, size field, version and serial number) and the legacy\n"
+    "transducer files. Each finding names the variable or path concerned.\n"
     "PROBLEM lines stop a clean start; notes do not (a missing record file, for\n"
-    "example, is created with its defaults).\n"
+    "example, is created with its defaults). Files are opened without following\n"
+    "links or blocking, and never read past what a record holds.\n"
     "\n"
-    "--repair  first removes record files whose id or size field would make\n"
-    "          the task abort (the next start recreates them with their\n"
-    "          defaults) and PID files of tasks that no longer run, and says so\n"
+    "--repair  first moves aside, to NAME.bad-1, NAME.bad-2, ... beside it, each\n"
+    "          record file the task would abort on or could not use (a wrong id\n"
+    "          or size field, a directory, FIFO, link, device or socket at its\n"
+    "          name; the next start recreates it with its defaults), removes PID\n"
+    "          files whose process is not the task, and says what it did\n"
     "--quiet   prints problems only\n"
     "\n"
-    "exit: 0 a start can succeed; 1 problems remain; 2 wrong command line\n",
+    "exit: 0 a start can succeed; 1 problems remain; 2 wrong command line;\n"
+    "      3 a variable the task needs is not set\n",
     &Run};

@@ -3,11 +3,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +16,7 @@
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/ProductFamily.h"
 #include "tools/vesk/DbSetters.h"
+#include "tools/vesk/ToolFile.h"
 #include "tools/vesk/ToolCommand.h"
 
 namespace {
@@ -79,6 +79,15 @@ std::string Choose(IOSSFactory* pFactory, const std::string& Name, RecordChoice_
     }
     Choice.Path = std::string(directory) + "/" + InstanceFileName(*Choice.pRow, Choice.Instance);
     return "";
+}
+
+size_t LargestRecord()
+{
+    size_t largest = 0;
+    for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
+        largest = std::max(largest, row.Record.PacketSize);
+    }
+    return largest;
 }
 
 int List(CToolArgs& Args)
@@ -150,12 +159,20 @@ int Show(IOSSFactory* pFactory, CToolArgs& Args)
     if (!Args.Empty()) {
         return Args.UsageError("unexpected argument " + Args.Peek());
     }
-    std::ifstream in(choice.Path, std::ios::binary);
-    if (!in) {
-        return Args.Error(TOOL_UNAVAILABLE, choice.Path + ": " + std::strerror(errno));
+    // A named record's file is read as far as its packet (and a byte more,
+    // to tell a longer file); a path given as far as the largest record.
+    const size_t limit = choice.pRow != nullptr ? choice.pRow->Record.PacketSize : LargestRecord();
+    const CToolFile::Look_T look = CToolFile::Read(choice.Path, limit);
+    if (look.Kind != CToolFile::REGULAR) {
+        return Args.Error(TOOL_UNAVAILABLE, choice.Path + " cannot be read: " + CToolFile::Describe(look));
     }
-    const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    const Sonar4PacketReport_T report = CSonar4PacketText::Decode(bytes.data(), bytes.size());
+    if (look.Bytes.size() > limit) {
+        return Args.Error(TOOL_UNAVAILABLE, choice.Path + " is too large: " + std::to_string(look.Size) +
+                                                " bytes, longer than " +
+                                                (choice.pRow != nullptr ? "its" : "any") + " record of " +
+                                                std::to_string(limit));
+    }
+    const Sonar4PacketReport_T report = CSonar4PacketText::Decode(look.Bytes.data(), look.Bytes.size());
     if (json) {
         std::printf("%s\n", CSonar4PacketText::Json(report).c_str());
         return report.Flags.empty() ? TOOL_OK : TOOL_FAILED;
@@ -333,5 +350,6 @@ const ToolCommand_T cDbCommand = {
     "\n"
     "exit: 0 done; 1 the store or creation failed, or the file is flagged;\n"
     "      2 wrong command line;\n"
-    "      3 a directory variable is unset or a file unreadable\n",
+    "      3 a directory variable is unset, or the file unreadable, no regular\n"
+    "        file or larger than the record\n",
     &Run};

@@ -7,6 +7,7 @@
 
 #include "Sonar4/Sonar4MessageTable.h"
 #include "Sonar4/Sonar4PacketText.h"
+#include "Sonar4/Sonar4Types.h"
 #include "tools/vesk/ToolCommand.h"
 
 namespace {
@@ -99,7 +100,8 @@ const char cPrologue[] = R"(-- Capture dissector of the Sonar4 wire protocol of 
 local sonar4 = Proto("sonar4", "Sonar4")
 local header_id = ProtoField.uint32("sonar4.id", "message id", base.HEX)
 local header_name = ProtoField.string("sonar4.message", "message")
-local expert_short = ProtoExpert.new("sonar4.short", "packet shorter than its layout",
+-- The warnings say what "vesk dump" flags, in the same words.
+local expert_short = ProtoExpert.new("sonar4.short", "short packet",
                                      expert.group.MALFORMED, expert.severity.WARN)
 local expert_size = ProtoExpert.new("sonar4.size_mismatch", "size field differs from the packet's size",
                                     expert.group.MALFORMED, expert.severity.WARN)
@@ -135,15 +137,19 @@ end
 
 function sonar4.dissector(tvb, pinfo, tree)
     local length = tvb:len()
-    if length < 4 then
-        return 0
-    end
     pinfo.cols.protocol = "Sonar4"
+    local root = tree:add(sonar4, tvb(), "Sonar4")
+    if length < 4 then
+        -- Sent to a sounder port, so it is ours, however little of it came.
+        root:add_proto_expert_info(expert_short, string.format("short: %d bytes, not even a message id", length))
+        pinfo.cols.info = string.format("short packet, %d bytes", length)
+        return length
+    end
+    -- Every packet has its id here, so that one filter finds any message.
+    root:add_le(header_id, tvb(0, 4))
     local id = tvb(0, 4):le_uint()
     local message = messages[id]
-    local root = tree:add(sonar4, tvb(), "Sonar4")
     if message == nil then
-        root:add_le(header_id, tvb(0, 4))
         root:add_proto_expert_info(expert_unknown, string.format("unknown message id 0x%X", id))
         pinfo.cols.info = string.format("unknown message 0x%X", id)
         return length
@@ -152,11 +158,16 @@ function sonar4.dissector(tvb, pinfo, tree)
     root:append_text(", " .. message.name)
     pinfo.cols.info = message.name
     if message.sized and length >= 8 and tvb(4, 4):le_uint() ~= length then
-        root:add_proto_expert_info(expert_size, string.format("size field %d, packet %d bytes",
+        root:add_proto_expert_info(expert_size, string.format("size field says %d, the packet has %d bytes",
                                                               tvb(4, 4):le_uint(), length))
     end
-    if message.versioned and length >= 12 and tvb(8, 4):le_uint() ~= 116 then
-        root:add_proto_expert_info(expert_version, string.format("version %d, expected 116", tvb(8, 4):le_uint()))
+    if message.versioned and length >= 12 and tvb(8, 4):le_uint() ~= sonar4_version then
+        root:add_proto_expert_info(expert_version, string.format("protocol version %d, expected %d",
+                                                                 tvb(8, 4):le_uint(), sonar4_version))
+    end
+    -- Fixed-size records are whole or not at all.
+    if message.fixed and length < message.size then
+        root:add_proto_expert_info(expert_short, string.format("short: %d of %d bytes", length, message.size))
     end
     for _, field in ipairs(message.fields) do
         if field.offset + field.width * field.count <= length then
@@ -164,9 +175,6 @@ function sonar4.dissector(tvb, pinfo, tree)
         elseif field.offset < length and not field.le then
             -- Text and bytes sent only as long as they are.
             root:add(field.pf, tvb(field.offset, length - field.offset))
-        elseif message.fixed then
-            root:add_proto_expert_info(expert_short, string.format("%d of %d bytes", length, message.size))
-            break
         end
     end
     return length
@@ -193,6 +201,7 @@ int Run(IOSSFactory*, CToolArgs& Args)
         return Args.Error(TOOL_UNAVAILABLE, output + " cannot be written");
     }
     std::fputs(cPrologue, out);
+    std::fprintf(out, "local sonar4_version = %u\n\n", static_cast<unsigned>(SONAR4_VERSION));
     for (const Sonar4MessageRow_T& row : GetSonar4MessageTable()) {
         const Sonar4RecordFacts_T& record = row.Record;
         const std::string name = CSonar4PacketText::MessageName(row);
@@ -229,8 +238,10 @@ const ToolCommand_T cDissectorCommand = {
     "Writes the Lua dissector of the Sonar4 wire protocol, made from the codec's\n"
     "message table: the header and every message's fields with their units, and\n"
     "warnings for short packets, wrong size fields, other versions and unknown\n"
-    "ids. It decodes UDP ports 3200 to 3219. The package installs it among the\n"
-    "capture tools' global Lua plugins; by hand:\n"
+    "ids, in the words of vesk dump; sonar4.id holds every packet's id. It\n"
+    "decodes UDP ports 3200 to 3219. The package installs it among the capture\n"
+    "tools' global Lua plugins; by hand, where the package is not installed\n"
+    "(a second copy cannot register):\n"
     "  tshark -X lua_script:FILE.lua -r capture.pcap -V\n"
     "\n"
     "exit: 0 written; 1 the write failed; 2 wrong command line;\n"

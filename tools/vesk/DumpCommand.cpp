@@ -2,11 +2,11 @@
 // record files or from a capture file, decoded by the message table.
 #include <arpa/inet.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
-#include <fstream>
-#include <iterator>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,6 +16,7 @@
 #include "Utilities/PcapFile.h"
 #include "tools/vesk/GroupSocket.h"
 #include "tools/vesk/StopSignal.h"
+#include "tools/vesk/ToolFile.h"
 #include "tools/vesk/ToolCommand.h"
 
 namespace {
@@ -51,24 +52,53 @@ std::string Endpoint(uint32_t Address, uint16_t Port)
     return std::string(inet_ntoa(address)) + ":" + std::to_string(Port);
 }
 
+struct TextOption_T {
+    const char* Name;
+    std::string* Value;
+};
+
+// Takes the first of Options that is next: null when none is, "" when it
+// came with its value, its name when the value is missing or empty.
+const char* TakeText(CToolArgs& Args, std::initializer_list<TextOption_T> Options)
+{
+    for (const TextOption_T& option : Options) {
+        if (Args.TakeOption(option.Name, option.Value, true)) {
+            return option.Value->empty() ? option.Name : "";
+        }
+    }
+    return nullptr;
+}
+
+// Large enough for any packet of the message table (and for every datagram).
+constexpr size_t cLargestPacket = 65535;
+
 int DumpFiles(CToolArgs& Args, const DumpOptions_T& Options, const std::vector<std::string>& Files)
 {
     bool flagged = false;
     for (const std::string& path : Files) {
-        std::ifstream in(path, std::ios::binary);
-        if (!in) {
-            return Args.Error(TOOL_UNAVAILABLE, path + " cannot be read");
+        const CToolFile::Look_T look = CToolFile::Read(path, cLargestPacket);
+        if (look.Kind != CToolFile::REGULAR) {
+            return Args.Error(TOOL_UNAVAILABLE, path + " cannot be read: " + CToolFile::Describe(look));
         }
-        const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        flagged = Print(Options, path, bytes.data(), bytes.size()) || flagged;
+        if (look.Bytes.size() > cLargestPacket) {
+            return Args.Error(TOOL_UNAVAILABLE,
+                              path + " is too large: " + std::to_string(look.Size) + " bytes, longer than any packet");
+        }
+        flagged = Print(Options, path, look.Bytes.data(), look.Bytes.size()) || flagged;
     }
     return flagged ? TOOL_FAILED : TOOL_OK;
 }
 
 int DumpCapture(CToolArgs& Args, const DumpOptions_T& Options, const std::string& Path)
 {
-    CPcapReader reader(Path);
+    CToolFile::Look_T look;
+    const int fd = CToolFile::OpenRegular(Path, look);
+    if (fd < 0) {
+        return Args.Error(TOOL_UNAVAILABLE, Path + " cannot be read: " + CToolFile::Describe(look));
+    }
+    CPcapReader reader(fd);
     if (!reader.Error().empty()) {
+        close(fd);
         return Args.Error(TOOL_UNAVAILABLE, Path + " " + reader.Error());
     }
     bool flagged = false;
@@ -78,6 +108,7 @@ int DumpCapture(CToolArgs& Args, const DumpOptions_T& Options, const std::string
                                    Endpoint(datagram.Destination, datagram.DestinationPort);
         flagged = Print(Options, origin, datagram.Payload.data(), datagram.Payload.size()) || flagged;
     }
+    close(fd);
     if (!reader.Error().empty()) {
         return Args.Error(TOOL_FAILED, Path + " " + reader.Error());
     }
@@ -129,6 +160,9 @@ int DumpNetwork(IOSSFactory* pFactory, CToolArgs& Args, const DumpOptions_T& Opt
         flagged = Print(Options, origin, captured.Payload.data(), captured.Payload.size()) || flagged;
     }
     std::fprintf(stderr, "vesk dump: %lld packets\n", received);
+    if (received == 0) {
+        return Args.Error(TOOL_FAILED, "nothing received");
+    }
     return flagged ? TOOL_FAILED : TOOL_OK;
 }
 
@@ -143,8 +177,13 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
             options.Json = true;
         } else if (Args.TakeOption("files")) {
             files = true;
-        } else if (Args.TakeOption("pcap", &pcap, true) || Args.TakeOption("save", &save, true) ||
-                   Args.TakeOption("service-info", &serviceInfo, true) || Args.TakeOption("group", &group, true)) {
+        } else if (const char* name = TakeText(Args, {{"pcap", &pcap}, {"save", &save},
+                                                         {"service-info", &serviceInfo}, {"group", &group}})) {
+            // Without its value it would listen on the network instead of
+            // reading or writing a capture, and never end.
+            if (name[0] != '\0') {
+                return Args.UsageError(std::string("--") + name + " takes a value");
+            }
         } else if (Args.TakeOption("port", &value, true)) {
             if (!ParseNumber(value, 1, 65535, port)) {
                 return Args.UsageError("--port takes 1 to 65535");
@@ -216,8 +255,12 @@ const ToolCommand_T cDumpCommand = {
     "by default those of ServiceInfo.bin in DATABASE_DIR_SYSTEM_DATA (or of\n"
     "--service-info FILE), and runs until stopped, N seconds or N packets.\n"
     "--save also writes what it receives to a capture file (pcap) that\n"
-    "capture tools open. --pcap reads UDP datagrams from such a file.\n"
+    "capture tools open. --pcap reads UDP datagrams from a capture file of\n"
+    "either format capture tools write (pcap or pcapng; raw IPv4, Ethernet or\n"
+    "Linux cooked frames). A UDP length beyond the captured bytes gives the\n"
+    "payload as captured; a frame whose UDP length is below 8 is skipped.\n"
     "\n"
-    "exit: 0 every packet was sound; 1 a packet was flagged; 2 wrong command\n"
-    "      line; 3 a file, variable or socket could not be used\n",
+    "exit: 0 every packet was sound; 1 a packet was flagged, or nothing was\n"
+    "      received; 2 wrong command line; 3 a file, variable or socket could\n"
+    "      not be used (a file that is no regular file, or too large)\n",
     &Run};

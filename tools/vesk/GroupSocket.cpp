@@ -4,25 +4,24 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <vector>
 
 #include "Database/DatabaseServiceInfoMessage.h"
 #include "Utilities/IOSSFactory.h"
+#include "tools/vesk/ToolFile.h"
 
 UnitGroup_T ReadUnitGroup(const std::string& ServiceInfoPath, std::string& Error)
 {
     UnitGroup_T where;
-    std::ifstream in(ServiceInfoPath, std::ios::binary);
-    if (!in) {
-        Error = ServiceInfoPath + ": " + std::strerror(errno);
+    const CToolFile::Look_T look = CToolFile::Read(ServiceInfoPath, sizeof(Sonar4ServiceInfoPacket));
+    if (look.Kind != CToolFile::REGULAR) {
+        Error = ServiceInfoPath + " cannot be read: " + CToolFile::Describe(look);
         return where;
     }
     Sonar4ServiceInfoPacket packet{};
-    in.read(reinterpret_cast<char*>(packet.data()), sizeof(packet));
-    if (static_cast<size_t>(in.gcount()) < Sonar4ServiceInfoPacket::cSentHeaderSize ||
+    std::copy_n(look.Bytes.begin(), std::min(look.Bytes.size(), sizeof(packet)), packet.data());
+    if (look.Bytes.size() < Sonar4ServiceInfoPacket::cSentHeaderSize ||
         packet.GetMessageID() != Sonar4_Service_Info_Message) {
         Error = ServiceInfoPath + ": not a service info file";
         return where;

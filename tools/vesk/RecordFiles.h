@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "Database/DatabaseFileCheck.h"
+#include "tools/vesk/DatabaseFileCheck.h"
 
 // The binary record files a task of this unit loads at its start.
 std::vector<RecordFileExpectation_T> UnitRecordFiles();

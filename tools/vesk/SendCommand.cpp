@@ -12,7 +12,7 @@
 
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/PipeSender.h"
-#include "Utilities/TaskPidFiles.h"
+#include "tools/vesk/TaskPidFiles.h"
 #include "tools/vesk/ToolCommand.h"
 
 namespace {
@@ -41,7 +41,7 @@ double Now()
 bool AnyAlive(const std::string& PidDirectory, const std::string& Pipe)
 {
     for (const CTaskPidFiles::Entry_T& entry : CTaskPidFiles::Find(PidDirectory, Pipe)) {
-        if (entry.Alive) {
+        if (entry.IsTask) {
             return true;
         }
     }
@@ -184,13 +184,13 @@ const ToolCommand_T cSendCommand = {
     "'shutdown' stand for \"Are You Alive?\" and \"Shutdown\".\n"
     "\n"
     "Nothing is sent when PID_LOCATION shows no running task on that pipe (a\n"
-    "command left in the FIFO would be served by the next start); --force sends\n"
-    "all the same.\n"
+    "command left in the FIFO would be served by the next start); a PID file\n"
+    "counts only when its process is the task. --force sends all the same.\n"
     "\n"
     "--wait[=SECONDS] (default 15):\n"
     "  \"Are You Alive?\"  waits for the acknowledgement on IPC_ERROR_HANDLER_TASK\n"
     "                    (only where no error handler task reads that pipe)\n"
-    "  \"Shutdown\"        waits until the task's PID file is gone\n"
+    "  \"Shutdown\"        waits until no PID file names a running task\n"
     "\n"
     "exit: 0 sent (and answered); 1 not sent, or no answer in time;\n"
     "      2 wrong command line; 3 pipe variable unset or pipe unusable\n",

@@ -65,5 +65,6 @@ extern const ToolCommand_T cSendCommand;
 extern const ToolCommand_T cPingTaskCommand;
 extern const ToolCommand_T cDisplayCommand;
 extern const ToolCommand_T cDissectorCommand;
+extern const ToolCommand_T cPidCommand;
 
 #endif

@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -42,6 +43,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 // Only a bound on how long a broken task is waited for, never a measure.
 constexpr auto cPatience = std::chrono::seconds(20);
+// The task's answer to "Are You Alive?", as the error handler receives it.
+const std::string cAck = std::string("MasterBottomTask:ACK_MasterBottomTask") + '\0';
 
 class MasterBottomTaskNetTest : public ::testing::Test {
 protected:
@@ -108,6 +111,18 @@ protected:
         ASSERT_GE(fd, 0);
         ASSERT_EQ(write(fd, Command.c_str(), Command.size() + 1), static_cast<ssize_t>(Command.size() + 1));
         close(fd);
+    }
+
+    // What reaches the error handler's pipe until an acknowledgement's
+    // length has come, or until the patience is over.
+    std::string AwaitAck()
+    {
+        std::string received;
+        for (const auto deadline = Clock::now() + cPatience; received.size() < cAck.size() && Clock::now() < deadline;) {
+            received += m_ErrorHandler->Drain();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return received;
     }
 
     // Exit status of the task after it has ended by itself (a task that
@@ -236,17 +251,12 @@ TEST_F(MasterBottomTaskNetTest, AnswersAreYouAliveOnceAndSilentlyAndReportsComma
     ASSERT_EQ(Launch(), 0) << Output();
     const std::string before = Output();
     SendCommand("Are You Alive?");
-    const std::string ack = "MasterBottomTask:ACK_MasterBottomTask" + std::string(1, '\0');
-    std::string received;
-    for (const auto deadline = Clock::now() + cPatience; received.size() < ack.size() && Clock::now() < deadline;) {
-        received += m_ErrorHandler->Drain();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    const std::string received = AwaitAck();
     EXPECT_EQ(Output(), before);
     SendCommand("UpdateSystemSettings");
     SendCommand("Shutdown");
     ASSERT_EQ(WaitForTaskExit(), 0);
-    EXPECT_EQ(received + m_ErrorHandler->Drain(), ack);
+    EXPECT_EQ(received + m_ErrorHandler->Drain(), cAck);
     const std::string output = Output();
     EXPECT_NE(output.find("3::MasterBottomTask:PIPE_COMMAND_UNKNOWN (-127) @ "), std::string::npos) << output;
     EXPECT_NE(output.find(" in MasterBottomTask::Start because Command decode Unknown (OptDebug Build)\n"),
@@ -288,6 +298,93 @@ TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
     ASSERT_NE(at, std::string::npos) << output;
     EXPECT_NE(output.find(" in MasterBottomTask::Start because MasterBottomTask Task ending (OptDebug Build)\n", at),
               std::string::npos);
+}
+
+// Started with its standard streams closed ("MasterBottomTask >&-"), the
+// task holds them on /dev/null: its command pipe gets a descriptor of its
+// own, so no event line lands in it and "Shutdown" still ends it.
+TEST_F(MasterBottomTaskNetTest, StartedWithClosedStandardStreamsItStillServesItsCommandPipe)
+{
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
+    const CTargetCommand task(VESK_TASK_BINARY);
+    std::fflush(stdout);
+    const pid_t launcher = fork();
+    if (launcher == 0) {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        close(STDERR_FILENO);
+        task.Exec();
+        _exit(127);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(launcher, &status, 0), launcher);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    m_TaskPid = TaskPidFromPidFile();
+    ASSERT_GT(m_TaskPid, 0);
+
+    const std::string descriptors = "/proc/" + std::to_string(m_TaskPid) + "/fd";
+    const auto target = [&](const std::string& Name) {
+        char text[4096] = {};
+        const ssize_t length = readlink((descriptors + "/" + Name).c_str(), text, sizeof(text) - 1);
+        return std::string(text, length > 0 ? static_cast<size_t>(length) : 0);
+    };
+    for (const char* standard : {"0", "1", "2"}) {
+        EXPECT_EQ(target(standard), "/dev/null") << standard;
+    }
+    int pipeDescriptor = -1;
+    for (const auto& entry : std::filesystem::directory_iterator(descriptors)) {
+        if (target(entry.path().filename()) == std::getenv("IPC_MASTER_BOTTOM_TASK")) {
+            pipeDescriptor = std::atoi(entry.path().filename().c_str());
+        }
+    }
+    EXPECT_GE(pipeDescriptor, 3);
+
+    SendCommand("Are You Alive?");
+    EXPECT_EQ(AwaitAck(), cAck);
+    SendCommand("Shutdown");
+    EXPECT_EQ(WaitForTaskExit(), 0);
+}
+
+// Links planted at the names the task writes, pointing out of the unit:
+// none is written through, and each store fails as a failed open fails.
+TEST_F(MasterBottomTaskNetTest, NothingIsWrittenThroughALinkAtANameTheTaskWrites)
+{
+    SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
+    const std::string outside = m_Sandbox.WriteFile("outside", "not the unit's");
+    const std::string nonpersisted = std::getenv("NONPERSISTED_DATABASE_ROOT");
+    const std::string systemData = std::getenv("DATABASE_DIR_SYSTEM_DATA");
+    const std::string links[] = {nonpersisted + "/MasterBottomRecord.bin", nonpersisted + "/LocalBottomStatePPT.txt",
+                                 nonpersisted + "/LocalBottomStateSPT.txt", systemData + "/SystemSettings.bin",
+                                 systemData + "/ServiceInfo.bin", m_Sandbox / "error-handler.fifo"};
+    for (const std::string& link : links) {
+        ASSERT_EQ(symlink(outside.c_str(), link.c_str()), 0) << link;
+    }
+    m_Sandbox.SetEnv("IPC_ERROR_HANDLER_TASK", links[5].c_str());
+
+    ASSERT_EQ(Launch(), 0) << Output();
+    const std::string refused = std::string("3::MasterBottomTask:") + std::strerror(ELOOP) + " (40) @ ";
+    const std::string failedStore = " in MasterBottomTask::SetMasterBottomRecord because Failed to write "
+                                    "MasterBottomRecord (OptDebug Build)\n";
+    for (const auto deadline = Clock::now() + cPatience;
+         Output().find(failedStore) == std::string::npos && Clock::now() < deadline;) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    SendCommand("Are You Alive?");
+    SendCommand("Shutdown");
+    ASSERT_EQ(WaitForTaskExit(), 0);
+
+    EXPECT_EQ(CSandbox::ReadFile(outside), "not the unit's");
+    for (const std::string& link : links) {
+        EXPECT_TRUE(std::filesystem::is_symlink(link)) << link;
+    }
+    const std::string output = Output();
+    const size_t store = output.find(failedStore);
+    ASSERT_NE(store, std::string::npos) << output;
+    EXPECT_EQ(output.rfind(refused, store), output.rfind("3::", store)) << output;
+    for (const char* made : {" in CDatabaseServiceInfoMessage constructor because failed to write to DB",
+                             " in CDatabaseLocalBottomRecord CheckForFile because failed to write to DB"}) {
+        EXPECT_NE(output.find(made), std::string::npos) << made << "\n" << output;
+    }
 }
 
 TEST_F(MasterBottomTaskNetTest, AWriterHoldingTheRecordIsNoError)

@@ -1,5 +1,5 @@
-#ifndef UTILITIES_CONFIGFINDING_H
-#define UTILITIES_CONFIGFINDING_H
+#ifndef TOOLS_VESK_CONFIGFINDING_H
+#define TOOLS_VESK_CONFIGFINDING_H
 
 #include <string>
 #include <vector>
@@ -17,9 +17,12 @@ struct ConfigFinding_T {
     // The variable or path concerned, so that the operator knows what to fix.
     std::string Subject;
     std::string Text;
-    // A repair can remove the cause (a record file the task would abort on,
-    // a PID file left by a task that died).
+    // A repair can remove the cause (a record file the task would abort on
+    // or could not use, a PID file of a process that is not the task).
     bool Repairable = false;
+    // A variable the task needs is not set: the check could not look at
+    // what it names.
+    bool Unset = false;
 };
 
 using ConfigFindings_T = std::vector<ConfigFinding_T>;

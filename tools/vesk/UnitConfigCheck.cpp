@@ -1,4 +1,4 @@
-#include "Utilities/UnitConfigCheck.h"
+#include "tools/vesk/UnitConfigCheck.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -12,8 +12,8 @@
 
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/ProductFamily.h"
-#include "Utilities/TaskPidFiles.h"
 #include "Utilities/VeskAssert.h"
+#include "tools/vesk/TaskPidFiles.h"
 
 namespace {
 
@@ -50,7 +50,9 @@ const char* CUnitConfigCheck::Required(const char* Variable, ConfigFindings_T& F
 {
     const char* value = m_pFactory->GetEnv(Variable);
     if (value == nullptr || *value == '\0') {
-        Findings.push_back(Problem(Variable, value == nullptr ? "is not set" : "is empty"));
+        ConfigFinding_T unset = Problem(Variable, value == nullptr ? "is not set" : "is empty");
+        unset.Unset = true;
+        Findings.push_back(unset);
         return nullptr;
     }
     return value;
@@ -190,13 +192,17 @@ void CUnitConfigCheck::CheckInstances(ConfigFindings_T& Findings)
         return;
     }
     for (const CTaskPidFiles::Entry_T& entry : CTaskPidFiles::Find(directory, cTaskPipe)) {
-        if (entry.Alive) {
+        if (entry.IsTask) {
             Findings.push_back(
                 Problem(entry.Path, "the task already runs as process " + std::to_string(entry.Pid)));
         } else {
             // Harmless to a start (the task writes a file of its own pid),
-            // but it misleads whoever looks for the running task.
-            Findings.push_back({ConfigFinding_T::NOTE, entry.Path, "PID file of a task that no longer runs", true});
+            // but it misleads whoever looks for the running task, and a
+            // number reused by another process would pass for the task.
+            Findings.push_back({ConfigFinding_T::NOTE, entry.Path,
+                                "stale PID file: process " + std::to_string(entry.Pid) +
+                                    (entry.Exists ? " is not the task" : " no longer runs"),
+                                true});
         }
     }
 }
@@ -206,7 +212,7 @@ ConfigFindings_T CUnitConfigCheck::RemoveStalePidFiles()
     ConfigFindings_T done;
     if (const char* directory = m_pFactory->GetEnv("PID_LOCATION")) {
         for (const std::string& path : CTaskPidFiles::RemoveStale(directory, cTaskPipe)) {
-            done.push_back(Note(path, "removed: PID file of a task that no longer runs"));
+            done.push_back(Note(path, "removed: stale PID file (its process is not the task)"));
         }
     }
     return done;

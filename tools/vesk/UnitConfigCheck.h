@@ -1,9 +1,9 @@
-#ifndef UTILITIES_UNITCONFIGCHECK_H
-#define UTILITIES_UNITCONFIGCHECK_H
+#ifndef TOOLS_VESK_UNITCONFIGCHECK_H
+#define TOOLS_VESK_UNITCONFIGCHECK_H
 
 #include <string>
 
-#include "Utilities/ConfigFinding.h"
+#include "tools/vesk/ConfigFinding.h"
 
 class IOSSFactory;
 
@@ -20,7 +20,7 @@ public:
     void CheckEnvironment(ConfigFindings_T& Findings);
     // Running or stale instances of the task (PID files naming its pipe).
     void CheckInstances(ConfigFindings_T& Findings);
-    // Removes PID files of instances that no longer run; returns what it did.
+    // Removes PID files whose process is not the task; returns what it did.
     ConfigFindings_T RemoveStalePidFiles();
 
 private:
