@@ -131,7 +131,10 @@ check_check_repair_then_start() {
     stop_quietly || { fail "the task could not be stopped"; return; }
     damage_records
     timeout --kill-after=5 30 vesk check --repair || status=$?
-    for path in "${damaged[@]}"; do
+    # The huge sparse file is a record too long, which the task reads the
+    # packet of and cuts at its next store: named by the check, left in
+    # place by the repair, and the start below meets it.
+    for path in "${damaged[0]}" "${damaged[1]}" "${damaged[2]}" "${damaged[4]}"; do
         compgen -G "$path.bad-*" >/dev/null || kept+=" $path"
     done
     # The start meets what the repair left.
