@@ -3,6 +3,7 @@
 #   build/release   g++, hardened release flags
 #   build/sanitize  clang, AddressSanitizer + UndefinedBehaviorSanitizer, libFuzzer targets
 #   build/armhf     32-bit ARM cross build, its tests under qemu-arm (tools/test-cross.sh)
+# and puts the release build's package on a booted Debian 12 system (tools/test-container.sh).
 # Exits non-zero when anything fails to build, any test fails, or the
 # configurations do not run the same tests (fuzz runs aside; the armhf build
 # has no benchmarks or fuzzers and so compares with the release build).
@@ -42,6 +43,8 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
 status=0
 run_tests build/release || status=1
+# The package on a booted Debian 12 system: its life cycle under systemd and the init script.
+tools/test-container.sh build/release || status=1
 run_tests build/sanitize || status=1
 
 tools/test-cross.sh armhf || status=1
