@@ -1,9 +1,7 @@
 // The task as the unit runs it: the real executable, started the way the
 // start-up scripts start it, in a network namespace where eth0 has
 // 10.0.0.2/24, listened to as a display unit listens to it.
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -58,7 +56,8 @@ protected:
             ASSERT_NE(Emulator(), nullptr) << "PR_SET_CHILD_SUBREAPER: " << std::strerror(errno);
             m_TaskNotReapable = true;
         }
-        OpenReceiver();
+        m_Receiver = OpenDisplayReceiver();
+        ASSERT_GE(m_Receiver, 0);
         m_ErrorHandler.reset(new CFifoReader(std::getenv("IPC_ERROR_HANDLER_TASK")));
     }
 
@@ -71,18 +70,6 @@ protected:
         if (m_Receiver >= 0) {
             close(m_Receiver);
         }
-    }
-
-    void OpenReceiver()
-    {
-        m_Receiver = socket(AF_INET, SOCK_DGRAM, 0);
-        ASSERT_GE(m_Receiver, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(3201);
-        ASSERT_EQ(bind(m_Receiver, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-        const ip_mreq membership{{inet_addr("224.0.0.64")}, {inet_addr("10.0.0.2")}};
-        ASSERT_EQ(setsockopt(m_Receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership)), 0);
     }
 
     // Runs the executable as the start-up scripts do; returns the launcher's
