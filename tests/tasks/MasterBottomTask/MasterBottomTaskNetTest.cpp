@@ -63,9 +63,12 @@ protected:
 
     void TearDown() override
     {
-        if (m_TaskPid > 0 && kill(m_TaskPid, 0) == 0) {
-            kill(m_TaskPid, SIGKILL);
-            waitpid(m_TaskPid, nullptr, 0);
+        m_Others.push_back(m_TaskPid);
+        for (const pid_t other : m_Others) {
+            if (other > 0 && kill(other, 0) == 0) {
+                kill(other, SIGKILL);
+                waitpid(other, nullptr, 0);
+            }
         }
         if (m_Receiver >= 0) {
             close(m_Receiver);
@@ -186,6 +189,8 @@ protected:
     int m_Receiver = -1;
     std::unique_ptr<CFifoReader> m_ErrorHandler;
     pid_t m_TaskPid = -1;
+    // Further tasks a test started, ended with it.
+    std::vector<pid_t> m_Others;
     bool m_TaskNotReapable = false;
 };
 
@@ -347,6 +352,7 @@ TEST_F(MasterBottomTaskNetTest, StartedWithClosedStandardStreamsItBroadcastsAsOf
             ASSERT_EQ(LaunchTask(unit / "task.out"), 0) << CSandbox::ReadFile(unit / "task.out");
             const pid_t reference = TaskPidFromPidFile();
             ASSERT_GT(reference, 0);
+            m_Others.push_back(reference);
             ASSERT_TRUE(ReceiveMasterBottom(1000, 0));
             Sonar4MasterBottomRecordPacket packet;
             size_t size;
@@ -361,6 +367,7 @@ TEST_F(MasterBottomTaskNetTest, StartedWithClosedStandardStreamsItBroadcastsAsOf
             EXPECT_GE(withClosed * 2, usual) << "started as usual: " << usual << ", with closed streams: " << withClosed;
             SendCommand("Shutdown");
             ASSERT_EQ(waitpid(reference, nullptr, 0), reference);
+            m_Others.pop_back();
         }
 
         SendCommand("Are You Alive?", commandPipe);
