@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,6 +15,13 @@
 #include "tests/support/UnitProcess.h"
 #include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+
+// Shown for a row parameter (and so in the test names the build discovers)
+// instead of the row's address, which changes from build to build.
+void PrintTo(const Sonar4MessageRow_T* Row, std::ostream* Out)
+{
+    *Out << Row->Record.ClassName;
+}
 
 namespace {
 
@@ -138,6 +146,44 @@ TEST_P(Sonar4MessageRowTest, FileOfAnotherVersionIsDeletedAndTheLastValuesAreBui
     ASSERT_FALSE(m_Factory.m_Events.empty());
     EXPECT_EQ(m_Factory.m_Events[0].Why, "Old Sonar 4 found V115 expected V116");
     EXPECT_EQ(m_Factory.m_Events[0].Where, std::string(Row().Record.ClassName) + "::ConfirmSonar4Version");
+}
+
+// A record that validates puts a received value outside its range right
+// before it stores it, and a loaded one before it hands it out; any other
+// keeps the bytes as they came. Every byte at its extreme makes at least
+// one field of a validating record out of range.
+TEST_P(Sonar4MessageRowTest, OutOfRangeValuesAreReplacedExactlyWhenTheRowValidates)
+{
+    const std::string replaced = "Invalid data Values being replaced";
+    for (const char extreme : {'\xFF', '\x80', '\x7F'}) {
+        SCOPED_TRACE(static_cast<int>(static_cast<unsigned char>(extreme)));
+        const std::string packet = HeaderBytes(Row().Id, Size(), 116, cUnit, Size(), extreme);
+
+        ASSERT_EQ(Receive(*m_pMessage, packet), SUCCESS);
+        const bool storedChanged = File() != packet;
+        EXPECT_EQ(Built(), File());
+
+        WriteFile(packet);
+        m_Factory.m_Events.clear();
+        const bool loadedChanged = Built() != packet;
+        EXPECT_EQ(File(), packet) << "a load replaces values in memory only";
+
+        if (Row().Record.Validates) {
+            // Not every extreme is out of range for every field; the one
+            // that is must not pass.
+            EXPECT_EQ(storedChanged, loadedChanged);
+            EXPECT_EQ(loadedChanged, !m_Factory.m_Events.empty());
+            if (extreme == '\xFF') {
+                EXPECT_TRUE(storedChanged) << Hex(File(), 16);
+                ASSERT_FALSE(m_Factory.m_Events.empty());
+                EXPECT_EQ(m_Factory.m_Events.back().Why, replaced);
+            }
+        } else {
+            EXPECT_FALSE(storedChanged) << Hex(File(), 16);
+            EXPECT_FALSE(loadedChanged) << Hex(Built(), 16);
+            EXPECT_TRUE(m_Factory.m_Events.empty());
+        }
+    }
 }
 
 std::vector<const Sonar4MessageRow_T*> SharedRecordRows()

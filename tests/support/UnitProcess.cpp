@@ -1,5 +1,10 @@
 #include "tests/support/UnitProcess.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 
@@ -10,6 +15,21 @@ bool AddUnitInterface()
     return std::system("ip link add eth0 type veth peer name eth0-peer && "
                        "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
                        "ip link set eth0-peer up") == 0;
+}
+
+int OpenDisplayReceiver()
+{
+    const int receiver = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(3201);
+    const ip_mreq membership{{inet_addr("224.0.0.64")}, {inet_addr("10.0.0.2")}};
+    if (receiver >= 0 && (bind(receiver, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+                          setsockopt(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership)) != 0)) {
+        close(receiver);
+        return -1;
+    }
+    return receiver;
 }
 
 int LaunchTask(const std::string& OutputFile)

@@ -9,6 +9,10 @@
 // eth0 with 10.0.0.2/24 (one end of a veth pair); true when it is up.
 bool AddUnitInterface();
 
+// A socket that receives what the task multicasts, as a display unit does
+// (group 224.0.0.64, port 3201, on 10.0.0.2); -1 when it cannot be had.
+int OpenDisplayReceiver();
+
 // Runs the task executable as the start-up scripts do, its output appended
 // to OutputFile; returns the launcher's exit status, -1 when it did not
 // exit (an abort). The forked task is not waited for.

@@ -1,6 +1,7 @@
 // The vesk tool's command line, and the subcommands that need no network:
 // run as a process, in a sandboxed unit environment.
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,6 +38,8 @@ protected:
     {
         const pid_t child = fork();
         if (child == 0) {
+            // Also when the test crashes before its teardown.
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
             if (!Executable.empty()) {
                 execl(Executable.c_str(), Executable.c_str(), "1000", static_cast<char*>(nullptr));
             }

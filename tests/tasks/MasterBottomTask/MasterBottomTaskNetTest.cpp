@@ -1,9 +1,7 @@
 // The task as the unit runs it: the real executable, started the way the
 // start-up scripts start it, in a network namespace where eth0 has
 // 10.0.0.2/24, listened to as a display unit listens to it.
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -58,31 +56,23 @@ protected:
             ASSERT_NE(Emulator(), nullptr) << "PR_SET_CHILD_SUBREAPER: " << std::strerror(errno);
             m_TaskNotReapable = true;
         }
-        OpenReceiver();
+        m_Receiver = OpenDisplayReceiver();
+        ASSERT_GE(m_Receiver, 0);
         m_ErrorHandler.reset(new CFifoReader(std::getenv("IPC_ERROR_HANDLER_TASK")));
     }
 
     void TearDown() override
     {
-        if (m_TaskPid > 0 && kill(m_TaskPid, 0) == 0) {
-            kill(m_TaskPid, SIGKILL);
-            waitpid(m_TaskPid, nullptr, 0);
+        m_Others.push_back(m_TaskPid);
+        for (const pid_t other : m_Others) {
+            if (other > 0 && kill(other, 0) == 0) {
+                kill(other, SIGKILL);
+                waitpid(other, nullptr, 0);
+            }
         }
         if (m_Receiver >= 0) {
             close(m_Receiver);
         }
-    }
-
-    void OpenReceiver()
-    {
-        m_Receiver = socket(AF_INET, SOCK_DGRAM, 0);
-        ASSERT_GE(m_Receiver, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(3201);
-        ASSERT_EQ(bind(m_Receiver, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-        const ip_mreq membership{{inet_addr("224.0.0.64")}, {inet_addr("10.0.0.2")}};
-        ASSERT_EQ(setsockopt(m_Receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership)), 0);
     }
 
     // Runs the executable as the start-up scripts do; returns the launcher's
@@ -105,9 +95,10 @@ protected:
         return std::string(std::getenv("NONPERSISTED_DATABASE_ROOT")) + "/MasterBottomRecord.bin";
     }
 
-    void SendCommand(const std::string& Command)
+    // Into the command pipe of the unit in the environment, or into Pipe.
+    void SendCommand(const std::string& Command, const std::string& Pipe = "")
     {
-        const int fd = open(std::getenv("IPC_MASTER_BOTTOM_TASK"), O_WRONLY | O_NONBLOCK);
+        const int fd = open(Pipe.empty() ? std::getenv("IPC_MASTER_BOTTOM_TASK") : Pipe.c_str(), O_WRONLY | O_NONBLOCK);
         ASSERT_GE(fd, 0);
         ASSERT_EQ(write(fd, Command.c_str(), Command.size() + 1), static_cast<ssize_t>(Command.size() + 1));
         close(fd);
@@ -198,6 +189,8 @@ protected:
     int m_Receiver = -1;
     std::unique_ptr<CFifoReader> m_ErrorHandler;
     pid_t m_TaskPid = -1;
+    // Further tasks a test started, ended with it.
+    std::vector<pid_t> m_Others;
     bool m_TaskNotReapable = false;
 };
 
@@ -300,49 +293,88 @@ TEST_F(MasterBottomTaskNetTest, ShutdownBroadcastsOnceMoreThenEndsCleanly)
               std::string::npos);
 }
 
-// Started with its standard streams closed ("MasterBottomTask >&-"), the
-// task holds them on /dev/null: its command pipe gets a descriptor of its
-// own, so no event line lands in it and "Shutdown" still ends it.
-TEST_F(MasterBottomTaskNetTest, StartedWithClosedStandardStreamsItStillServesItsCommandPipe)
+// Started with standard streams closed ("MasterBottomTask >&-", also
+// "2>&-" and "<&-"), the task holds them on /dev/null: its command pipe
+// gets a descriptor of its own, so no event line lands in it, it broadcasts
+// as often as a task started as usual beside it, and it answers and stops.
+TEST_F(MasterBottomTaskNetTest, StartedWithClosedStandardStreamsItBroadcastsAsOftenAndServesItsCommandPipe)
 {
     SKIP_IF_THE_TASK_CANNOT_BE_FOLLOWED();
     const CTargetCommand task(VESK_TASK_BINARY);
-    std::fflush(stdout);
-    const pid_t launcher = fork();
-    if (launcher == 0) {
-        close(STDIN_FILENO);
-        close(STDOUT_FILENO);
-        close(STDERR_FILENO);
-        task.Exec();
-        _exit(127);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(launcher, &status, 0), launcher);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    m_TaskPid = TaskPidFromPidFile();
-    ASSERT_GT(m_TaskPid, 0);
-
-    const std::string descriptors = "/proc/" + std::to_string(m_TaskPid) + "/fd";
-    const auto target = [&](const std::string& Name) {
-        char text[4096] = {};
-        const ssize_t length = readlink((descriptors + "/" + Name).c_str(), text, sizeof(text) - 1);
-        return std::string(text, length > 0 ? static_cast<size_t>(length) : 0);
-    };
-    for (const char* standard : {"0", "1", "2"}) {
-        EXPECT_EQ(target(standard), "/dev/null") << standard;
-    }
-    int pipeDescriptor = -1;
-    for (const auto& entry : std::filesystem::directory_iterator(descriptors)) {
-        if (target(entry.path().filename()) == std::getenv("IPC_MASTER_BOTTOM_TASK")) {
-            pipeDescriptor = std::atoi(entry.path().filename().c_str());
+    const std::string commandPipe = std::getenv("IPC_MASTER_BOTTOM_TASK");
+    const std::string output = m_Sandbox / "task.out";
+    const std::vector<int> rows[] = {
+        {STDOUT_FILENO}, {STDOUT_FILENO, STDERR_FILENO}, {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}};
+    for (const std::vector<int>& closed : rows) {
+        SCOPED_TRACE("descriptors closed: " + std::to_string(closed.size()));
+        SetInputs(2, 2000, 0, 0, 0);
+        std::fflush(nullptr);
+        const pid_t launcher = fork();
+        if (launcher == 0) {
+            const int errors = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0640);
+            dup2(errors, STDERR_FILENO);
+            close(errors);
+            for (const int fd : closed) {
+                close(fd);
+            }
+            task.Exec();
+            _exit(127);
         }
-    }
-    EXPECT_GE(pipeDescriptor, 3);
+        int status = -1;
+        ASSERT_EQ(waitpid(launcher, &status, 0), launcher);
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status << Output();
+        m_TaskPid = TaskPidFromPidFile();
+        ASSERT_GT(m_TaskPid, 0);
 
-    SendCommand("Are You Alive?");
-    EXPECT_EQ(AwaitAck(), cAck);
-    SendCommand("Shutdown");
-    EXPECT_EQ(WaitForTaskExit(), 0);
+        const std::string descriptors = "/proc/" + std::to_string(m_TaskPid) + "/fd";
+        const auto target = [&](const std::string& Name) {
+            char text[4096] = {};
+            const ssize_t length = readlink((descriptors + "/" + Name).c_str(), text, sizeof(text) - 1);
+            return std::string(text, length > 0 ? static_cast<size_t>(length) : 0);
+        };
+        for (const int fd : closed) {
+            EXPECT_EQ(target(std::to_string(fd)), "/dev/null") << fd;
+        }
+        int pipeDescriptor = -1;
+        for (const auto& entry : std::filesystem::directory_iterator(descriptors)) {
+            if (target(entry.path().filename()) == commandPipe) {
+                pipeDescriptor = std::atoi(entry.path().filename().c_str());
+            }
+        }
+        EXPECT_GE(pipeDescriptor, 3);
+
+        {
+            // A task started as usual in a unit of its own, at the same time
+            // and so under the same load; the depth tells whose a datagram is.
+            CSandbox unit;
+            unit.SetUnitEnvironment();
+            SetInputs(2, 1000, 0, 0, 0);
+            ASSERT_EQ(LaunchTask(unit / "task.out"), 0) << CSandbox::ReadFile(unit / "task.out");
+            const pid_t reference = TaskPidFromPidFile();
+            ASSERT_GT(reference, 0);
+            m_Others.push_back(reference);
+            ASSERT_TRUE(ReceiveMasterBottom(1000, 0));
+            Sonar4MasterBottomRecordPacket packet;
+            size_t size;
+            while (NextPacket(packet, size, false)) {
+            }
+            int usual = 0;
+            int withClosed = 0;
+            while (usual + withClosed < 200 && NextPacket(packet, size)) {
+                usual += packet.GetMasterDepth() == 1000;
+                withClosed += packet.GetMasterDepth() == 2000;
+            }
+            EXPECT_GE(withClosed * 2, usual) << "started as usual: " << usual << ", with closed streams: " << withClosed;
+            SendCommand("Shutdown");
+            ASSERT_EQ(waitpid(reference, nullptr, 0), reference);
+            m_Others.pop_back();
+        }
+
+        SendCommand("Are You Alive?", commandPipe);
+        EXPECT_EQ(AwaitAck(), cAck);
+        SendCommand("Shutdown", commandPipe);
+        EXPECT_EQ(WaitForTaskExit(), 0);
+    }
 }
 
 // Links planted at the names the task writes, pointing out of the unit:
