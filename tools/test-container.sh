@@ -50,24 +50,14 @@ install_missing_tools() {
 # The package as the project builds it, and the same at a higher version
 # for the upgrade.
 build_packages() {
-    local version out=$cache_dir/debs unpacked
+    local version out=$cache_dir/debs
     version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build_dir/CMakeCache.txt")
     rm -rf "$out"
     mkdir -p "$out/current" "$out/higher"
     cmake --build "$build_dir" >"$cache_dir/build.log" 2>&1 || { cat "$cache_dir/build.log"; return 1; }
-    if [ -x "$source_dir/packaging/build-deb.sh" ]; then
-        "$source_dir/packaging/build-deb.sh" "$build_dir" "$out/current"
-        "$source_dir/packaging/build-deb.sh" "$build_dir" "$out/higher" "$version+1"
-    else
-        (cd "$build_dir" && cpack -G DEB -B "$out/current") >"$cache_dir/cpack.log" 2>&1 ||
-            { cat "$cache_dir/cpack.log"; return 1; }
-        unpacked=$out/unpacked
-        dpkg-deb -R "$out/current/${package}_${version}"_*.deb "$unpacked"
-        sed -i "s/^Version: .*/Version: $version+1/" "$unpacked/DEBIAN/control"
-        dpkg-deb --build "$unpacked" "$out/higher" >/dev/null
-        rm -rf "$unpacked"
-    fi
-    # The debug symbols' package has another name.
+    "$source_dir/packaging/build-deb.sh" "$build_dir" "$out/current" >/dev/null
+    "$source_dir/packaging/build-deb.sh" "$build_dir" "$out/higher" "$version+1" >/dev/null
+    # The debug symbols' and the development package have other names.
     current_deb=$(ls "$out/current/${package}"_*.deb)
     higher_deb=$(ls "$out/higher/${package}"_*.deb)
 }
