@@ -117,8 +117,9 @@ say "depth offset -300"
 "$vesk" ping-task --interval 900 PPT 2:1500 2:1480 2:1460 1:0 2:1440 &
 # Secondary: a valid bottom, then out of use for a while.
 "$vesk" ping-task --interval 1300 SPT 2:1200 2:1250 0:0 0:0 2:1300 &
-"$vesk" display >"$unit/display.out" &
-tail -f "$unit/display.out" 2>/dev/null &
+# Shown as it arrives, and kept for the verdict's count: tee writes each
+# line out before it lands in the file, so a line counted was also shown.
+"$vesk" display | tee "$unit/display.out" &
 sleep 0.5
 
 say "vesk check (what the service runs before a start):"
