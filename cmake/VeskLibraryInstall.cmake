@@ -18,12 +18,9 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_LIBRARY_ARCHITECTURE AND CMAKE_INSTALL_LIBDIR 
 endif()
 set(VESK_INSTALL_CMAKEDIR ${VESK_INSTALL_LIBDIR}/cmake/Vesk)
 
-# Headers a task builds on: those of the library folders but the classes
-# only the tools use.
-set(VESK_TOOL_ONLY_HEADERS Sonar4/Sonar4PacketText.h Utilities/PcapFile.h)
+# Headers a task builds on: those of the library folders.
 file(GLOB VESK_PUBLIC_HEADERS CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
      ${CMAKE_SOURCE_DIR}/Utilities/*.h ${CMAKE_SOURCE_DIR}/Sonar4/*.h ${CMAKE_SOURCE_DIR}/Database/*.h)
-list(REMOVE_ITEM VESK_PUBLIC_HEADERS ${VESK_TOOL_ONLY_HEADERS})
 foreach(header ${VESK_PUBLIC_HEADERS})
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${header} DESTINATION ${VESK_INSTALL_INCLUDEDIR}/${folder} COMPONENT dev)

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Utilities/PcapFile.h"
 #include "fuzz/FuzzUnit.h"
+#include "tools/vesk/PcapFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
 {

@@ -18,13 +18,13 @@
 
 #include "Sonar4/Sonar4.h"
 #include "Sonar4/Sonar4MessageTable.h"
-#include "Sonar4/Sonar4PacketText.h"
 #include "Utilities/OSSLinuxFactory.h"
-#include "Utilities/PcapFile.h"
-#include "tests/support/TargetCommand.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TargetCommand.h"
 #include "tests/support/ToolRun.h"
 #include "tests/support/UnitProcess.h"
+#include "tools/vesk/PcapFile.h"
+#include "tools/vesk/Sonar4PacketText.h"
 
 namespace {
 

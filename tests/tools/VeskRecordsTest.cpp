@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "Sonar4/Sonar4MessageTable.h"
-#include "Sonar4/Sonar4PacketText.h"
-#include "Utilities/PcapFile.h"
-#include "tests/support/TestBytes.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
 #include "tests/support/ToolRun.h"
+#include "tools/vesk/PcapFile.h"
+#include "tools/vesk/Sonar4PacketText.h"
 
 namespace {
 

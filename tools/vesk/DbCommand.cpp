@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "Sonar4/Sonar4MessageTable.h"
-#include "Sonar4/Sonar4PacketText.h"
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/ProductFamily.h"
 #include "tools/vesk/DbSetters.h"
-#include "tools/vesk/ToolFile.h"
+#include "tools/vesk/Sonar4PacketText.h"
 #include "tools/vesk/ToolCommand.h"
+#include "tools/vesk/ToolFile.h"
 
 namespace {
 

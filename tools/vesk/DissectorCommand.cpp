@@ -6,8 +6,8 @@
 #include <string>
 
 #include "Sonar4/Sonar4MessageTable.h"
-#include "Sonar4/Sonar4PacketText.h"
 #include "Sonar4/Sonar4Types.h"
+#include "tools/vesk/Sonar4PacketText.h"
 #include "tools/vesk/ToolCommand.h"
 
 namespace {

@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "Sonar4/Sonar4PacketText.h"
 #include "Utilities/IOSSFactory.h"
-#include "Utilities/PcapFile.h"
 #include "tools/vesk/GroupSocket.h"
+#include "tools/vesk/PcapFile.h"
+#include "tools/vesk/Sonar4PacketText.h"
 #include "tools/vesk/StopSignal.h"
-#include "tools/vesk/ToolFile.h"
 #include "tools/vesk/ToolCommand.h"
+#include "tools/vesk/ToolFile.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Sonar4/Sonar4MessageTable.h"
-#include "Sonar4/Sonar4PacketText.h"
+#include "tools/vesk/Sonar4PacketText.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "Utilities/LittleEndian.h"
-#include "Utilities/PcapFile.h"
 #include "tests/support/Sandbox.h"
+#include "tools/vesk/PcapFile.h"
 
 namespace {
 

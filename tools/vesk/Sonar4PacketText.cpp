@@ -1,4 +1,4 @@
-#include "Sonar4/Sonar4PacketText.h"
+#include "tools/vesk/Sonar4PacketText.h"
 
 #include <cstdio>
 #include <cstring>

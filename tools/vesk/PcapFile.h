@@ -1,5 +1,5 @@
-#ifndef UTILITIES_PCAPFILE_H
-#define UTILITIES_PCAPFILE_H
+#ifndef TOOLS_VESK_PCAPFILE_H
+#define TOOLS_VESK_PCAPFILE_H
 
 #include <cstdint>
 #include <cstdio>

@@ -1,5 +1,5 @@
-#ifndef SONAR4_SONAR4PACKETTEXT_H
-#define SONAR4_SONAR4PACKETTEXT_H
+#ifndef TOOLS_VESK_SONAR4PACKETTEXT_H
+#define TOOLS_VESK_SONAR4PACKETTEXT_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "Utilities/PcapFile.h"
+#include "tools/vesk/PcapFile.h"
 
 #include <fcntl.h>
 #include <sys/time.h>
