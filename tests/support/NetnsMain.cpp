@@ -40,6 +40,18 @@ pid_t WaitFor(pid_t Pid, int& Status)
     return ended;
 }
 
+// A child with nothing of the parent's buffered output to write twice; -1
+// (and said why) when there is none.
+pid_t ForkFlushed()
+{
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child < 0) {
+        std::perror("fork");
+    }
+    return child;
+}
+
 // Process 1 of the namespace: runs the tests as its child, reaps whatever
 // is reparented to it meanwhile, and returns the tests' status. Its end
 // ends the namespace.
@@ -62,10 +74,8 @@ int RunTestsAsInit(int argc, char** argv)
         std::fprintf(stderr, "could not bring lo up\n");
         return 1;
     }
-    std::fflush(nullptr);
-    const pid_t tests = fork();
+    const pid_t tests = ForkFlushed();
     if (tests < 0) {
-        std::perror("fork");
         return 1;
     }
     if (tests == 0) {
@@ -89,10 +99,8 @@ int main(int argc, char** argv)
         std::perror("unshare (the network tests need root)");
         return 1;
     }
-    std::fflush(nullptr);
-    const pid_t init = fork();
+    const pid_t init = ForkFlushed();
     if (init < 0) {
-        std::perror("fork");
         return 1;
     }
     if (init == 0) {
