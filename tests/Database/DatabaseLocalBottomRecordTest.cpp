@@ -7,14 +7,14 @@
 #include <gtest/gtest.h>
 
 #include "Database/DatabaseLocalBottomRecord.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 
 TEST(DatabaseLocalBottomRecordTest, EachPingTaskKeepsItsBottomInATextFileOfItsOwn)
 {
     CSandbox sandbox;
     sandbox.SetUnitEnvironment();
-    CRecordingFactory factory;
+    CUnitDouble factory;
     CDatabaseLocalBottomRecord primary(&factory, "PPT");
     CDatabaseLocalBottomRecord secondary(&factory, "SPT");
     EXPECT_EQ(CSandbox::ReadFile(primary.GetDBFilePath()), "-2147483648\n0\n");
@@ -42,7 +42,7 @@ TEST(DatabaseLocalBottomRecordTest, ADirectoryOrAnEmptyFileIsNoBottom)
 {
     CSandbox sandbox;
     sandbox.SetUnitEnvironment();
-    CRecordingFactory factory;
+    CUnitDouble factory;
     CDatabaseLocalBottomRecord primary(&factory, "PPT");
     sandbox.WriteFile("nonpersisted/LocalBottomStatePPT.txt", "1200\n2\n");
     ASSERT_EQ(primary.readDB(), SUCCESS);

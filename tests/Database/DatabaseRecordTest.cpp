@@ -13,14 +13,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Database/DatabaseUnitInfoMessage.h"
 #include "Database/DatabaseErrorStatusMessage.h"
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 #include "Database/DatabaseRecordingStatusMessage.h"
 #include "Database/DatabaseSystemLimitsMessage.h"
-#include "tests/support/TestBytes.h"
-#include "tests/support/FaultyFactory.h"
+#include "Database/DatabaseUnitInfoMessage.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
+#include "tests/support/UnitDouble.h"
 
 // The machinery is shared: it is proven here on the master bottom record;
 // the codec's message table test proves the common promises of every record.
@@ -56,7 +56,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CFaultyFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
 TEST_F(DatabaseRecordTest, AUnitInfoFileOfAnotherAddressIsBroughtUpToDate)

@@ -11,10 +11,10 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Database/DatabaseTransducersFittedMessage.h"
 #include "tests/support/FileHolder.h"
-#include "tests/support/TestBytes.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TargetCommand.h"
+#include "tests/support/TestBytes.h"
+#include "tests/support/UnitDouble.h"
 #include "tools/TransducerFiles.h"
 
 namespace {
@@ -53,7 +53,7 @@ protected:
     std::string StoredList() const { return CSandbox::ReadFile(m_List.GetDBFilePath()); }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
     const std::string m_Dir = PrepareUnit();
     CDatabaseTransducerIdMessage m_TransducerId{&m_Factory};
     CDatabaseSupportedTransducersMessage m_List{&m_Factory};

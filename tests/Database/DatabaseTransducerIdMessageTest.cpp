@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "Database/DatabaseTransducerIdMessage.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 #include "tools/TransducerFiles.h"
 
 namespace {
@@ -83,7 +83,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
     std::string m_Supported;
 };
 

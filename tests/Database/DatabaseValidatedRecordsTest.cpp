@@ -8,9 +8,9 @@
 
 #include "Database/DatabaseCommandMessage.h"
 #include "Database/DatabaseHeartbeatMessage.h"
-#include "tests/support/TestBytes.h"
-#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CFaultyFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
 const std::vector<std::string> cNotice(const char* Where)

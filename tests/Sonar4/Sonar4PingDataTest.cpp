@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "Sonar4/Sonar4PingData.h"
-#include "tests/support/TestBytes.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
 TEST_F(Sonar4PingDataTest, RunsAreCutIntoNumberedSegmentsOfAtMost1432DataBytes)

@@ -20,8 +20,8 @@
 #include "Utilities/OSSLinuxFactory.h"
 #include "Utilities/PipeSender.h"
 #include "tests/support/FifoReader.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ protected:
     CSandbox m_Sandbox;
     // Keeps what reaches the system log; events built directly on it print
     // and log as on a unit.
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
 // The text with its ctime time stamp replaced by "<time>".

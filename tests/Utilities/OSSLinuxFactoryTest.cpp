@@ -17,13 +17,13 @@
 #include <string>
 
 #include "Utilities/OSSLinuxNotify.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 
 class OSSLinuxFactoryTest : public testing::Test {
 protected:
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    COSSLinuxFactory m_Factory;
 };
 
 TEST_F(OSSLinuxFactoryTest, CheckForFileMatchesOnlyARegularFileAndCheckForDirSaysWhyNot)
@@ -51,7 +51,6 @@ TEST_F(OSSLinuxFactoryTest, CheckForFileMatchesOnlyARegularFileAndCheckForDirSay
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "COSSLinuxFactory::CheckForDir: " + m_Sandbox / "missing" + "::No such file or directory " +
                   "COSSLinuxFactory::CheckForDir: " + file + "::Not a directory ");
-    EXPECT_TRUE(m_Factory.m_Events.empty());
     EXPECT_DEATH(m_Factory.CheckForFile(m_Sandbox.Path().c_str(), "/a"),
                  "Assertion `\\(FileName\\[0\\] != '/'\\) && \"FileName should not include a leading slash, that "
                  "could be the end of the FullPath\"' failed");
@@ -90,12 +89,14 @@ TEST_F(OSSLinuxFactoryTest, BackgroundCopyReturnsBeforeTheCopyIsDone)
 
 TEST_F(OSSLinuxFactoryTest, GetFileSizeReportsAMissingFileOnce)
 {
+    // The double hands the call to the real factory and records its event.
+    CUnitDouble factory;
     const std::string missing = m_Sandbox / "missing";
-    EXPECT_EQ(m_Factory.GetFileSize(missing.c_str()), 0);
-    EXPECT_EQ(m_Factory.GetFileSize(m_Sandbox.WriteFile("five", "12345").c_str()), 5);
-    ASSERT_EQ(m_Factory.m_Events.size(), 1u);
-    EXPECT_EQ(m_Factory.m_Events[0].Code, ENOENT);
-    EXPECT_EQ(m_Factory.m_Events[0].Why, missing);
+    EXPECT_EQ(factory.GetFileSize(missing.c_str()), 0);
+    EXPECT_EQ(factory.GetFileSize(m_Sandbox.WriteFile("five", "12345").c_str()), 5);
+    ASSERT_EQ(factory.m_Events.size(), 1u);
+    EXPECT_EQ(factory.m_Events[0].Code, ENOENT);
+    EXPECT_EQ(factory.m_Events[0].Why, missing);
 }
 
 namespace {

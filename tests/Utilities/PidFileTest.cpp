@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "Utilities/OSSLinuxFactory.h"
-#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
@@ -86,7 +86,7 @@ TEST_F(PidFileTest, NoFileIsWrittenThroughALinkOrLeftHalfWritten)
     EXPECT_EQ(CSandbox::ReadFile(outside), "kept\n");
     ASSERT_EQ(unlink(path.c_str()), 0);
 
-    CFaultyFactory faulty;
+    CUnitDouble faulty;
     faulty.SetName("MasterBottomTask");
     CPidFile failing(&faulty, "IPC_MASTER_BOTTOM_TASK");
     faulty.Arm(FAULT_WRITE_STREAM, 3, ENOSPC);

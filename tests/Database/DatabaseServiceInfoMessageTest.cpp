@@ -1,27 +1,27 @@
 #include "Database/DatabaseServiceInfoMessage.h"
 
+#include <arpa/inet.h>
+
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
 class ServiceInfoTest : public testing::Test {
 protected:
-    // The test runs in a network namespace of its own, which takes these
-    // interfaces with it. A known product takes the first private address,
-    // the "192." one; any other product only trusts the "10." one.
-    static void SetUpTestSuite()
+    // A known product takes the first private address, here a "192." one;
+    // any other product only trusts the "10." one.
+    void SetUp() override
     {
-        ASSERT_EQ(0, std::system("ip link add vsi0 type veth peer name vsi0p && ip addr add 192.168.1.5/24 dev vsi0"
-                                 " && ip link add vsi1 type veth peer name vsi1p && ip addr add 10.0.0.2/24 dev vsi1"));
+        m_Sandbox.SetUnitEnvironment();
+        m_Factory.m_Net.PrivateFirstAddress = inet_addr("192.168.1.5");
     }
-    void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
     std::string File() const { return CSandbox::ReadFile(m_Sandbox / "systemdata/ServiceInfo.bin"); }
     void PatchFile(size_t Offset, const std::string& Bytes)
@@ -43,7 +43,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
 // The layout is the golden packet's; here, the group a known product takes

@@ -11,10 +11,9 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/TestBytes.h"
-#include "tests/support/UnitProcess.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TestBytes.h"
+#include "tests/support/UnitDouble.h"
 
 // Shown for a row parameter (and so in the test names the build discovers)
 // instead of the row's address, which changes from build to build.
@@ -59,12 +58,10 @@ TEST(Sonar4MessageTableTest, RowsAreUniqueAndEveryLayoutTilesItsPacket)
     EXPECT_EQ(FindSonar4MessageRow(0x27010F), nullptr);
 }
 
-// The unit info record is made with the service info record's address, so
-// the whole message set is made as the codec makes it: inside the test's
-// own network namespace, with an interface holding the unit's address.
+// The whole message set is made as the codec makes it (the unit info record
+// takes the service info record's address from the double's network).
 class Sonar4MessageRowTest : public testing::TestWithParam<const Sonar4MessageRow_T*> {
 protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();
@@ -94,7 +91,7 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
     Sonar4MessageMap_T m_Messages;
     ISonar4Message* m_pMessage = nullptr;
 };

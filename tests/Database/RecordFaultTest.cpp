@@ -24,9 +24,8 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Sonar4/Sonar4MessageTable.h"
 #include "Utilities/LittleEndian.h"
-#include "tests/support/FaultyFactory.h"
 #include "tests/support/Sandbox.h"
-#include "tests/support/UnitProcess.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
@@ -74,7 +73,7 @@ VeskEventCode_T Hand(ISonar4Message& Message, const std::string* Received)
 template <typename Record>
 Subject BinaryRecord(const char* Class)
 {
-    CFaultyFactory factory;
+    CUnitDouble factory;
     std::unique_ptr<Record> record(new Record(&factory));
     std::remove(record->GetDBFilePath());
     record->writeDB();
@@ -136,7 +135,7 @@ Subject TableRow(const Sonar4MessageRow_T& Row, const Sonar4MessageMap_T& Messag
     };
     auto as = [](void* Object) -> ISonar4Message& { return *static_cast<ISonar4Message*>(Object); };
     // Its whole record as a received packet of this unit stores it.
-    CFaultyFactory factory;
+    CUnitDouble factory;
     Subject::Object object = make(&factory);
     const size_t size = Row.Record.PacketSize;
     std::string packet(size, '\0');
@@ -202,9 +201,6 @@ VeskEventCode_T Expected(FileFault_T Fault, int Error, VeskEventCode_T Unfaulted
 
 class RecordFaultTest : public testing::Test {
 protected:
-    // The unit info record takes the service info address: an interface
-    // with the unit's address, in the test's own network namespace.
-    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
     // The file as a case starts: a whole record, or none.
@@ -231,7 +227,7 @@ protected:
     int Drive(const Subject& Record)
     {
         int cases = 0;
-        CFaultyFactory factory;
+        CUnitDouble factory;
         Subject::Object record = Record.Make(&factory);
         const std::string path = Record.Path(record.get());
         for (const std::string& stored : {Record.Stored, std::string()}) {
@@ -282,7 +278,7 @@ protected:
     }
 
     static void Check(const Subject& Record, FileFault_T Fault, int Error, VeskEventCode_T Expected,
-                      VeskEventCode_T Result, const CFaultyFactory& Factory, const std::string& Path,
+                      VeskEventCode_T Result, const CUnitDouble& Factory, const std::string& Path,
                       const std::string& Stored)
     {
         EXPECT_EQ(Result, Expected);
@@ -338,7 +334,7 @@ TEST_F(RecordFaultTest, EveryFailurePointOfEveryBinaryRecordKeepsItsFileWhole)
 
 TEST_F(RecordFaultTest, EveryFailurePointOfEveryTableRecordKeepsItsFileWhole)
 {
-    CFaultyFactory factory;
+    CUnitDouble factory;
     Sonar4MessageMap_T messages;
     MakeSonar4Messages(&factory, messages);
     int rows = 0;

@@ -2,10 +2,10 @@
 // packets an x86-64 build made and checked in (tests/golden/). On a target
 // where long, size_t or time_t have other widths, or where unaligned access
 // has other rules, a field written at the wrong width, offset or byte order
-// shows here as a difference. The unit has an eth0 (the service info packet
-// carries its address), hence a network namespace of its own.
+// shows here as a difference. The service info packet carries the unit's
+// address, 10.0.0.2 from the double's network.
 //
-// To make the files anew on x86-64: VESK_WRITE_GOLDEN=1 Sonar4GoldenNetTest.
+// To make the files anew on x86-64: VESK_WRITE_GOLDEN=1 Sonar4GoldenTest.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -21,10 +21,9 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 #include "Sonar4/Sonar4.h"
 #include "Sonar4/Sonar4MessageTable.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TestBytes.h"
-#include "tests/support/UnitProcess.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
@@ -45,10 +44,8 @@ std::string GoldenPath(const Sonar4MessageRow_T& Row, unsigned Instance)
     return std::string(VESK_GOLDEN_DIR) + "/" + name;
 }
 
-class Sonar4GoldenNetTest : public ::testing::Test {
+class Sonar4GoldenTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
-
     void SetUp() override
     {
         m_Sandbox.SetUnitEnvironment();
@@ -71,10 +68,10 @@ protected:
     }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
-TEST_F(Sonar4GoldenNetTest, EveryBuiltPacketIsTheCheckedInOneAndDecodesBackToIt)
+TEST_F(Sonar4GoldenTest, EveryBuiltPacketIsTheCheckedInOneAndDecodesBackToIt)
 {
     const bool write = std::getenv("VESK_WRITE_GOLDEN") != nullptr;
     CSonar4 codec(&m_Factory);
@@ -121,7 +118,7 @@ TEST_F(Sonar4GoldenNetTest, EveryBuiltPacketIsTheCheckedInOneAndDecodesBackToIt)
 }
 
 // The same values read back through the typed accessors on this target.
-TEST_F(Sonar4GoldenNetTest, TypedFieldsReadBackAtTheirWidths)
+TEST_F(Sonar4GoldenTest, TypedFieldsReadBackAtTheirWidths)
 {
     CDatabaseMasterBottomRecordMessage bottom(&m_Factory);
     EXPECT_EQ(bottom.GetMasterDepth(), -1234567);

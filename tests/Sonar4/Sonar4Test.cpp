@@ -13,24 +13,22 @@
 #include "Sonar4/Sonar4PingResultsMessage.h"
 #include "Sonar4/Sonar4ServiceInfoMessage.h"
 #include "Utilities/LittleEndian.h"
-#include "tests/support/RecordingFactory.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TestBytes.h"
-#include "tests/support/UnitProcess.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
 
 constexpr LNET_MESSAGE_ID_T cUnknownId = 0x27010F;
 
-// The service info record inside the codec needs the unit's address; the
-// interface goes with the test's own network namespace.
+// The service info record inside the codec takes the unit's address from
+// the double's network.
 class Sonar4Test : public testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(AddUnitInterface()); }
     void SetUp() override { m_Sandbox.SetUnitEnvironment(); }
 
     CSandbox m_Sandbox;
-    CRecordingFactory m_Factory;
+    CUnitDouble m_Factory;
 };
 
 // Settings received may name a transducer of the supported list, so the

@@ -1,13 +1,9 @@
-#ifndef TESTS_SUPPORT_FAULTYFACTORY_H
-#define TESTS_SUPPORT_FAULTYFACTORY_H
+#ifndef TESTS_SUPPORT_FILEFAULTS_H
+#define TESTS_SUPPORT_FILEFAULTS_H
 
-#include <functional>
 #include <map>
-#include <string>
 
-#include "tests/support/RecordingFactory.h"
-
-// File operations that the faulty factory can make fail.
+// File operations that can be made to fail.
 enum FileFault_T {
     FAULT_OPEN,          // the open itself: no file is created
     FAULT_LOCK,          // the lock: the file is opened (and created) but refused
@@ -24,29 +20,23 @@ enum FileFault_T {
 
 const char* FileFaultName(FileFault_T Fault);
 
-// The recording factory whose files are the real ones, except that the Nth
-// call (counted over every file the factory made) of one chosen operation
-// fails with a chosen error: an errno value such as ENOSPC, EINTR or EAGAIN,
-// or -140 as when another process holds the file. Short transfers move half
-// the bytes for real and report success, as a full disk may.
-class CFaultyFactory : public CRecordingFactory {
+// Which call of which file operation is to fail, and how: the Nth call
+// (counted over every file involved) of one chosen operation fails with a
+// chosen error, an errno value such as ENOSPC, EINTR or EAGAIN, or -140 as
+// when another process holds the file. Short transfers move half the bytes
+// for real and report success, as a full disk may.
+class CFileFaults {
 public:
-    // Arms one fault; calls are counted afresh from here.
+    // Arms one fault; calls are counted afresh from here. Nth 0 only counts.
     void Arm(FileFault_T Fault, int Nth, int Error);
     // No more faults; counting goes on.
     void Disarm() { m_Nth = 0; }
-    // Calls of an operation since the last Arm (or construction).
+    // Calls of an operation since the last Arm.
     int Calls(FileFault_T Fault) const;
     // Whether the armed fault has been injected.
     bool Fired() const { return m_Fired; }
-
-    IOSSFile* CreateFile(const char* Name, int flags, int mode) override;
-    IOSSFile* CreatePipe(const char* Name, int flags) override;
-    VeskEventCode_T LinkFile(const char* Existing, const char* NewName) override;
-
-    // Called with the name just before each link (when set): what another
-    // process may do while a new file is being written.
-    std::function<void(const std::string& NewName)> m_BeforeLink;
+    // Whether Arm was ever called: only then are calls counted at all.
+    bool Armed() const { return m_Armed; }
 
     // Counts a call of Fault; the error to inject for it, or 0.
     int Inject(FileFault_T Fault);
@@ -57,6 +47,7 @@ private:
     int m_Nth = 0;
     int m_Error = 0;
     bool m_Fired = false;
+    bool m_Armed = false;
 };
 
 #endif
