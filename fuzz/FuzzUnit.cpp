@@ -3,39 +3,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "Utilities/LittleEndian.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/UnitDouble.h"
 
 namespace {
-
-class CQuietFactory : public COSSLinuxFactory {
-public:
-    VeskEventCode_T SendEvent(int, VeskEventCode_T, const char*, const char*) override { return SUCCESS; }
-    // Rejected files and PID files are removed, and the PID directory made,
-    // by the thousand: through the shell that would cost a process each and
-    // slow the fuzzers a hundredfold. Only single files and plain paths are
-    // named here; the shell commands have tests of their own.
-    VeskEventCode_T RemoveFiles(const char* Path, const char* Name) override
-    {
-        std::remove((std::string(Path) + "/" + Name).c_str());
-        return SUCCESS;
-    }
-    VeskEventCode_T RemoveDirs(const char* Name, bool) override
-    {
-        std::remove(Name);
-        return SUCCESS;
-    }
-    VeskEventCode_T CreateFullPath(const char* FullPath) override
-    {
-        std::error_code ignored;
-        std::filesystem::create_directories(FullPath, ignored);
-        return SUCCESS;
-    }
-};
 
 // Destroyed at exit, which removes the directory.
 CSandbox& Unit()
@@ -75,7 +50,10 @@ std::string PathOf(const std::string& Name)
 
 IOSSFactory* Factory()
 {
-    static CQuietFactory factory;
+    static CUnitDouble factory;
+    // Rejected input is reported by the thousand; its datagrams are of no use.
+    factory.m_KeepEvents = false;
+    factory.m_Net.KeepSent = false;
     return &factory;
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Sonar4/Sonar4MessageTable.h"
-#include "Utilities/OSSLinuxFactory.h"
+#include "Utilities/IOSSFactory.h"
 
 // The unit a fuzzer's records live in: a temporary directory holding the
 // database directories and the task pipes, with the environment a unit has
@@ -21,9 +21,10 @@ void Prepare();
 // Path of Name inside the unit directory.
 std::string PathOf(const std::string& Name);
 
-// The real Linux factory, except that events are dropped: reports of
-// rejected input are expected by the thousand and would only slow the
-// fuzzer down and bury its own output.
+// The unit double, dropping events and datagrams: reports of rejected
+// input are expected by the thousand and would only slow the fuzzer down
+// and bury its own output. Its shell commands are done in this process and
+// its network gives the unit its 10.0.0.2 without an interface.
 IOSSFactory* Factory();
 
 // Writes Size bytes to Path, replacing it; aborts when that fails.
@@ -42,8 +43,8 @@ struct FuzzedRecord {
 
 // The first object of every row whose record follows the shared record
 // rules, made once as the codec makes them (the unit info record takes the
-// service info address: run in a network namespace with a 10. interface)
-// and released at exit, so that leak checking stays meaningful.
+// service info address from the double's network) and released at exit,
+// so that leak checking stays meaningful.
 const std::vector<FuzzedRecord>& SharedRecords();
 
 // Ends the run as a crash when a property the product promises is broken.

@@ -5,6 +5,8 @@
 // buffer, else a heap buffer of exactly that many bytes, so that storing one
 // byte too many is caught), end byte (even: the pipe runs dry with EAGAIN,
 // odd: the writer closed it), then the bytes in the pipe.
+#include <fcntl.h>
+
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -13,18 +15,23 @@
 
 #include "Utilities/ByteBuffer.h"
 #include "Utilities/CommandPipeDecoder.h"
-#include "Utilities/IOSSFile.h"
+#include "Utilities/IOSSFactory.h"
 #include "Utilities/PipeReader.h"
 #include "fuzz/FuzzUnit.h"
+#include "tests/support/ForwardingFile.h"
 
 namespace {
 
 // A non-blocking pipe holding fixed bytes that hands out at most one byte
 // per read, however much room the reader offers. Past its end it either
-// fails with EAGAIN (writers still there) or reads 0 (end of file).
-class CBytePipe : public IOSSFile {
+// fails with EAGAIN (writers still there) or reads 0 (end of file). Every
+// other operation goes to a file that never opened and fails: nothing else
+// is a pipe reader's business.
+class CBytePipe : public CForwardingFile {
 public:
-    CBytePipe(const uint8_t* Data, size_t Size, bool EndOfFile) : m_pData(Data), m_Size(Size), m_EndOfFile(EndOfFile)
+    CBytePipe(const uint8_t* Data, size_t Size, bool EndOfFile)
+        : CForwardingFile(std::unique_ptr<IOSSFile>(FuzzUnit::Factory()->CreateFile("", O_RDONLY, 0))),
+          m_pData(Data), m_Size(Size), m_EndOfFile(EndOfFile)
     {
     }
 
@@ -49,40 +56,7 @@ public:
 
     int GetLastError() const override { return m_LastError; }
 
-    // Nothing else is a pipe reader's business.
-    bool Seek(int, int) override { return Unexpected(); }
-    bool Write(const Buffer_Bytes_T*) override { return Unexpected(); }
-    bool Ioctl(unsigned, unsigned) override { return Unexpected(); }
-    bool ReadStream(UINT8*) override { return Unexpected(); }
-    bool ReadStream(UINT16*) override { return Unexpected(); }
-    bool ReadStream(UINT32*) override { return Unexpected(); }
-    bool ReadStream(int*) override { return Unexpected(); }
-    bool ReadStream(long unsigned int*) override { return Unexpected(); }
-    bool ReadStream(int*, size_t) override { return Unexpected(); }
-    bool ReadStream(double*) override { return Unexpected(); }
-    bool ReadStream(float*) override { return Unexpected(); }
-    bool ReadStream(float*, size_t) override { return Unexpected(); }
-    bool ReadStream(char*) override { return Unexpected(); }
-    bool ReadStream(char*, const char*) override { return Unexpected(); }
-    bool ReadStream(short int*) override { return Unexpected(); }
-    bool ReadStream(short int*, size_t) override { return Unexpected(); }
-    bool ReadStream(bool*) override { return Unexpected(); }
-    bool WriteStream(const char*) override { return Unexpected(); }
-    int Poll(short, int) override { return Unexpected(); }
-    int MultiPoll(PollMembers_T*, int) override { return Unexpected(); }
-    int GetFileDescriptor() const override { return -1; }
-    bool SeekStream(long, int) override { return Unexpected(); }
-    long TellStream() override { return Unexpected(); }
-    int Fsync() override { return Unexpected(); }
-    int Ftruncate(int) override { return Unexpected(); }
-
 private:
-    static bool Unexpected()
-    {
-        FuzzUnit::Require(false, "the pipe reader used more than Read and GetLastError");
-        return false;
-    }
-
     const uint8_t* m_pData;
     size_t m_Size;
     bool m_EndOfFile;

@@ -6,8 +6,8 @@
 // caller (the codec dispatches by id) and stops the unit on purpose, so the
 // id of a packet long enough to hold one is set to the record's own.
 //
-// The unit info record is made with the service info record's address:
-// run it in a network namespace of its own (see fuzz/CMakeLists.txt).
+// The unit info record is made with the service info record's address,
+// which the unit double's network answers.
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>

@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, size_t Size)
     // turns): the turns of Start's loop, without its PID file and events.
     static const std::unique_ptr<MasterBottomTask> task = [] {
         std::unique_ptr<MasterBottomTask> built(new MasterBottomTask(FuzzUnit::Factory()));
-        FuzzUnit::Require(built->GetStatus() == SUCCESS, "the task could not be built (it needs a 10. interface)");
+        FuzzUnit::Require(built->GetStatus() == SUCCESS, "the task could not be built");
         return built;
     }();
     FuzzUnit::Require(write(writer, Data, Size) == static_cast<ssize_t>(Size), "the input did not fit the pipe");
