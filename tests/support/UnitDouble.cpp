@@ -8,7 +8,6 @@
 
 #include "Utilities/VeskAssert.h"
 #include "tests/support/FaultyFile.h"
-#include "tests/support/UnitNetwork.h"
 
 namespace fs = std::filesystem;
 
