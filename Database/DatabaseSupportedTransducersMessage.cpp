@@ -4,14 +4,18 @@
 #include <cstring>
 #include <map>
 
+#include "Database/RecordDescription.h"
 #include "Database/TransducerCounts.h"
 #include "Utilities/VeskAssert.h"
 
-const DatabaseRecordDescription_T CDatabaseSupportedTransducersMessage::cDescription = {
-    {"CDatabaseSupportedTransducersMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory && \"Factory not specified\""},
-    {"Sonar4SupportedTransducersPacket", "m_SupportedTransducers", "supportedTransducers",
-     "Message_Id_Sonar4_Supported_Transducers"},
-    "SupportedTransducers.bin", Message_Id_Sonar4_Supported_Transducers, UNIT_CHECK_VERSION_AND_SERIAL};
+VESK_RECORD_DESCRIPTION(CDatabaseSupportedTransducersMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("SupportedTransducers.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Supported_Transducers))
+    .PacketName("Sonar4SupportedTransducersPacket")
+    .MemberName("m_SupportedTransducers")
+    .LoadedName("supportedTransducers")
+    .FactoryAssertion("m_pFactory && \"Factory not specified\"");
 
 namespace {
 

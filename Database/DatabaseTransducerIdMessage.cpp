@@ -3,12 +3,12 @@
 #include <cstring>
 #include <memory>
 
+#include "Database/RecordDescription.h"
 #include "Database/TransducerCounts.h"
 #include "Utilities/VeskAssert.h"
 
 namespace {
 
-const DatabaseFileDescription_T cDescription = {"CDatabaseTransducerIdMessage", "NONPERSISTED_DATABASE_ROOT"};
 const char* const cFileName = "TransducerId.bin";
 const char* const cTestTransducerPrefix = "TestTransducerId";
 
@@ -44,6 +44,8 @@ std::string At(size_t F, size_t T)
 
 } // namespace
 
+VESK_FILE_DESCRIPTION(CDatabaseTransducerIdMessage).Directory("NONPERSISTED_DATABASE_ROOT");
+
 const uint8_t* CDatabaseTransducerIdMessage::TransducerId_T::Curve(XdcrElementIndex_T Element,
                                                                    size_t Temperature) const
 {
@@ -55,7 +57,7 @@ const uint8_t* CDatabaseTransducerIdMessage::TransducerId_T::Curve(XdcrElementIn
 }
 
 CDatabaseTransducerIdMessage::CDatabaseTransducerIdMessage(IOSSFactory* pFactory)
-    : CDatabaseFile(pFactory, cDescription, cFileName),
+    : CDatabaseFile(pFactory, cFileDescription, cFileName),
       m_ProductFamily(GetProductFamily(pFactory)),
       m_FrequencyScale(FrequencyScaleOf(m_ProductFamily))
 {

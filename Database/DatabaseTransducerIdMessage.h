@@ -133,6 +133,8 @@ protected:
     void SetDefaults() override;
 
 private:
+    static const DatabaseFileDescription_T cFileDescription;
+
     void RebuildGraphs();
     void FillGraph(XdcrElementIndex_T Element);
     void BuildGraphs();
