@@ -24,8 +24,10 @@
 //     defaults and for validation. The constructor only passes the factory
 //     and the description on.
 //  3. Setters change the in-memory packet; callers then call writeDB().
-//  4. Add its row to the codec's message table (Sonar4/Sonar4MessageTable.cpp);
-//     the generic record tests and the fuzzers read the table.
+//  4. Add its row to the codec's message table (Sonar4/Sonar4MessageTable.cpp):
+//       RECORD_ROW(CSonar4RecordMessage<CDatabase<Thing>Message>, RECEIVE_...)
+//     or a message class of its own where it adds operations. The generic
+//     record tests, the fuzzers and the tools read the table.
 // Everything else (readDB, writeDB, CheckForFile, DecodeMessage,
 // CreateMessage, ConfirmSonar4Version, GetPacket, GetDBFilePath,
 // GetLastError, cPacketSize) comes with CDatabaseRecordOf.
