@@ -1,5 +1,7 @@
 #include "Database/DatabaseCommandMessage.h"
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 bool ReplaceInvalidCommand(uint8_t* Packet)
@@ -15,12 +17,19 @@ bool ReplaceInvalidCommand(uint8_t* Packet)
 } // namespace
 
 // Payload zero: no command yet.
-const DatabaseRecordDescription_T CDatabaseCommandMessage::cDescription = {
-    {"CDatabaseCommandMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory", true, true, 6, "Failed to write to DB"},
-    {"Sonar4CommandPacket", "m_Command", "command", "Message_Id_Sonar4_Command"},
-    "Command.bin", Message_Id_Sonar4_Command, UNIT_CHECK_VERSION_ONLY,
-    nullptr, 0, nullptr, &ReplaceInvalidCommand,
-    "failed to write contents", "Failed to read contents", "writeDB()"};
+VESK_RECORD_DESCRIPTION(CDatabaseCommandMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("Command.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Command))
+    .PacketName("Sonar4CommandPacket")
+    .MemberName("m_Command")
+    .LoadedName("command")
+    .UnitCheck(UNIT_CHECK_VERSION_ONLY)
+    .ReplaceInvalidValues(&ReplaceInvalidCommand)
+    .CheckForFileFailureLevel(6)
+    .CheckForFileFailureWhy("Failed to write to DB")
+    .WriteFailedWhy("failed to write contents")
+    .WriteFailedOperation("writeDB()");
 
 CDatabaseCommandMessage::CDatabaseCommandMessage(IOSSFactory* pFactory) : CDatabaseRecordOf(pFactory, cDescription)
 {

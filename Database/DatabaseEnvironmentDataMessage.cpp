@@ -1,5 +1,7 @@
 #include "Database/DatabaseEnvironmentDataMessage.h"
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // Read as little-endian u16: 0, 65535, four zeros, six times -32768 (no
@@ -14,11 +16,14 @@ static_assert(sizeof(cDefaultPayload) == 68 - 16, "the whole payload");
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseEnvironmentDataMessage::cDescription = {
-    {"CDatabaseEnvironmentDataMessage", "DATABASE_DIR_SYSTEM_DATA"},
-    {"Sonar4EnvironmentDataPacket", "m_EnvironmentData", "environmentData", "Message_Id_Sonar4_Environment_Data"},
-    "EnvironmentData.bin", Message_Id_Sonar4_Environment_Data, UNIT_CHECK_VERSION_AND_SERIAL,
-    cDefaultPayload, sizeof(cDefaultPayload)};
+VESK_RECORD_DESCRIPTION(CDatabaseEnvironmentDataMessage)
+    .Directory("DATABASE_DIR_SYSTEM_DATA")
+    .FileName("EnvironmentData.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Environment_Data))
+    .PacketName("Sonar4EnvironmentDataPacket")
+    .MemberName("m_EnvironmentData")
+    .LoadedName("environmentData")
+    .DefaultPayload(cDefaultPayload);
 
 CDatabaseEnvironmentDataMessage::CDatabaseEnvironmentDataMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -1,5 +1,7 @@
 #include "Database/DatabaseEnvironmentLimitsMessage.h"
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // Nine u16 limits (650, 700, 750, 800, 10500, 10000, 30000, 34000, 500) and a u8 5.
@@ -8,12 +10,14 @@ const uint8_t cDefaultPayload[] = {0x8A, 0x02, 0xBC, 0x02, 0xEE, 0x02, 0x20, 0x0
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseEnvironmentLimitsMessage::cDescription = {
-    {"CDatabaseEnvironmentLimitsMessage", "NONPERSISTED_DATABASE_ROOT"},
-    {"Sonar4EnvironmentLimitsPacket", "m_EnvironmentLimits", "environmentLimits",
-     "Message_Id_Sonar4_Environment_Limits"},
-    "EnvironmentLimits.bin", Message_Id_Sonar4_Environment_Limits, UNIT_CHECK_VERSION_AND_SERIAL,
-    cDefaultPayload, sizeof(cDefaultPayload)};
+VESK_RECORD_DESCRIPTION(CDatabaseEnvironmentLimitsMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("EnvironmentLimits.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Environment_Limits))
+    .PacketName("Sonar4EnvironmentLimitsPacket")
+    .MemberName("m_EnvironmentLimits")
+    .LoadedName("environmentLimits")
+    .DefaultPayload(cDefaultPayload);
 
 CDatabaseEnvironmentLimitsMessage::CDatabaseEnvironmentLimitsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -1,11 +1,18 @@
 #include "Database/DatabaseErrorStatusMessage.h"
 
+#include "Database/RecordDescription.h"
+
 // Quiet construction, and a missing file only resets the word in memory:
 // see the class comment. The default word is 0, no fault standing.
-const DatabaseRecordDescription_T CDatabaseErrorStatusMessage::cDescription = {
-    {"CDatabaseErrorStatusMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory", false, false},
-    {"Sonar4ErrorStatusPacket", "m_ErrorStatus", "errorStatus", "Message_Id_Sonar4_Error_Status"},
-    "ErrorStatus.bin", Message_Id_Sonar4_Error_Status, UNIT_CHECK_VERSION_AND_SERIAL};
+VESK_RECORD_DESCRIPTION(CDatabaseErrorStatusMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("ErrorStatus.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Error_Status))
+    .PacketName("Sonar4ErrorStatusPacket")
+    .MemberName("m_ErrorStatus")
+    .LoadedName("errorStatus")
+    .ReportsConstruction(false)
+    .CheckForFileWrites(false);
 
 CDatabaseErrorStatusMessage::CDatabaseErrorStatusMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

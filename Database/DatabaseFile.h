@@ -20,9 +20,9 @@ constexpr int cRecordFileMode = 0640;
 // What the life cycle of a record file needs to know about its record.
 struct DatabaseFileDescription_T {
     // Class name of the record: the where-texts of its events start with it.
-    const char* ClassName;
+    const char* ClassName = nullptr;
     // Environment variable naming the directory of the file.
-    const char* DirectoryVariable;
+    const char* DirectoryVariable = nullptr;
     // Text of the assertion on a missing factory.
     const char* FactoryAssertion = "m_pFactory";
     // False for a record on the event path itself (the error status record):

@@ -2,6 +2,8 @@
 
 #include <ctime>
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // Mode 0, no time, no depth.
@@ -39,11 +41,16 @@ bool ReplaceInvalidHeartbeat(uint8_t* Packet)
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseHeartbeatMessage::cDescription = {
-    {"CDatabaseHeartbeatMessage", "NONPERSISTED_DATABASE_ROOT"},
-    {"Sonar4HeartbeatPacket", "m_HeartbeatPacket", "heartbeatPacket", "Message_Id_Sonar4_Heartbeat"},
-    "Heartbeat.bin", Message_Id_Sonar4_Heartbeat, UNIT_CHECK_VERSION_ONLY,
-    cDefaultPayload, sizeof(cDefaultPayload), nullptr, &ReplaceInvalidHeartbeat};
+VESK_RECORD_DESCRIPTION(CDatabaseHeartbeatMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("Heartbeat.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Heartbeat))
+    .PacketName("Sonar4HeartbeatPacket")
+    .MemberName("m_HeartbeatPacket")
+    .LoadedName("heartbeatPacket")
+    .UnitCheck(UNIT_CHECK_VERSION_ONLY)
+    .DefaultPayload(cDefaultPayload)
+    .ReplaceInvalidValues(&ReplaceInvalidHeartbeat);
 
 CDatabaseHeartbeatMessage::CDatabaseHeartbeatMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

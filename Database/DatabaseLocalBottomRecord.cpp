@@ -3,11 +3,10 @@
 #include <cstdio>
 #include <memory>
 
+#include "Database/RecordDescription.h"
 #include "Utilities/TextScanner.h"
 
 namespace {
-
-const DatabaseFileDescription_T cDescription = {"CDatabaseLocalBottomRecord", "NONPERSISTED_DATABASE_ROOT"};
 
 std::string FileNameFor(const char* Extension)
 {
@@ -16,8 +15,10 @@ std::string FileNameFor(const char* Extension)
 
 } // namespace
 
+VESK_FILE_DESCRIPTION(CDatabaseLocalBottomRecord).Directory("NONPERSISTED_DATABASE_ROOT");
+
 CDatabaseLocalBottomRecord::CDatabaseLocalBottomRecord(IOSSFactory* pFactory, const char* Extension)
-    : CDatabaseFile(pFactory, cDescription, FileNameFor(Extension))
+    : CDatabaseFile(pFactory, cFileDescription, FileNameFor(Extension))
 {
     LoadOrCreate();
 }

@@ -32,6 +32,8 @@ protected:
     void SetDefaults() override;
 
 private:
+    static const DatabaseFileDescription_T cFileDescription;
+
     int32_t m_Depth = cNoDepth;
     uint8_t m_State = cStateNotInUse;
 };

@@ -1,5 +1,7 @@
 #include "Database/DatabaseMasterBottomRecordMessage.h"
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // No valid bottom yet; the offset mode and the first payload byte stay 0.
@@ -11,12 +13,14 @@ void SetNoBottom(IOSSFactory*, uint8_t* Packet, uint32_t)
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseMasterBottomRecordMessage::cDescription = {
-    {"CDatabaseMasterBottomRecordMessage", "NONPERSISTED_DATABASE_ROOT"},
-    {"Sonar4MasterBottomRecordPacket", "m_MasterBottomRecord", "masterBottomRecord",
-     "Message_Id_Sonar4_Master_Bottom_Record"},
-    "MasterBottomRecord.bin", Message_Id_Sonar4_Master_Bottom_Record, UNIT_CHECK_VERSION_AND_SERIAL,
-    nullptr, 0, &SetNoBottom};
+VESK_RECORD_DESCRIPTION(CDatabaseMasterBottomRecordMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("MasterBottomRecord.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Master_Bottom_Record))
+    .PacketName("Sonar4MasterBottomRecordPacket")
+    .MemberName("m_MasterBottomRecord")
+    .LoadedName("masterBottomRecord")
+    .SetComputedDefaults(&SetNoBottom);
 
 CDatabaseMasterBottomRecordMessage::CDatabaseMasterBottomRecordMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

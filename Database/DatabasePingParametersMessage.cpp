@@ -1,5 +1,7 @@
 #include "Database/DatabasePingParametersMessage.h"
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // Configuration 0 pings the primary channel at 200 kHz, configuration 1
@@ -37,11 +39,14 @@ void SetConfigurationDefaults(IOSSFactory*, uint8_t* Packet, uint32_t Instance)
 
 const PingParameterTable_T cDefaultPingParameters = MakeDefaultPingParameters();
 
-const DatabaseRecordDescription_T CDatabasePingParametersMessage::cDescription = {
-    {"CDatabasePingParametersMessage", "DATABASE_DIR_PING_PARAMETERS"},
-    {"Sonar4PingParametersPacket", "m_PingParameters", "pingParameters", "Message_Id_Sonar4_Ping_Parameters"},
-    "PingParameters%u.bin", Message_Id_Sonar4_Ping_Parameters, UNIT_CHECK_VERSION_AND_SERIAL,
-    nullptr, 0, &SetConfigurationDefaults};
+VESK_RECORD_DESCRIPTION(CDatabasePingParametersMessage)
+    .Directory("DATABASE_DIR_PING_PARAMETERS")
+    .FileName("PingParameters%u.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Ping_Parameters))
+    .PacketName("Sonar4PingParametersPacket")
+    .MemberName("m_PingParameters")
+    .LoadedName("pingParameters")
+    .SetComputedDefaults(&SetConfigurationDefaults);
 
 CDatabasePingParametersMessage::CDatabasePingParametersMessage(IOSSFactory* pFactory, PingConfigIndex_T Index)
     : CDatabaseRecordOf(pFactory, cDescription, Index)

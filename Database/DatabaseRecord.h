@@ -17,14 +17,17 @@
 //       };
 //     The packet also lists its fields for the tools (cFields, made with
 //     Sonar4Fields); accessors and field list share named offsets.
-//  2. In the .cpp define its public DatabaseRecordDescription_T cDescription:
-//     names, file, directory variable, message id, unit check, default
-//     payload bytes, and hooks for computed defaults and for validation
-//     where it has them. The constructor only passes the factory and the
-//     description on.
+//  2. In the .cpp define its public cDescription with
+//     VESK_RECORD_DESCRIPTION (Database/RecordDescription.h), field by
+//     field: directory variable, file, message id, C++ names, and where it
+//     has them a unit check, default payload bytes, hooks for computed
+//     defaults and for validation. The constructor only passes the factory
+//     and the description on.
 //  3. Setters change the in-memory packet; callers then call writeDB().
-//  4. Add its row to the codec's message table (Sonar4/Sonar4MessageTable.cpp);
-//     the generic record tests and the fuzzers read the table.
+//  4. Add its row to the codec's message table (Sonar4/Sonar4MessageTable.cpp):
+//       RECORD_ROW(CSonar4RecordMessage<CDatabase<Thing>Message>, RECEIVE_...)
+//     or a message class of its own where it adds operations. The generic
+//     record tests, the fuzzers and the tools read the table.
 // Everything else (readDB, writeDB, CheckForFile, DecodeMessage,
 // CreateMessage, ConfirmSonar4Version, GetPacket, GetDBFilePath,
 // GetLastError, cPacketSize) comes with CDatabaseRecordOf.
@@ -49,18 +52,18 @@ enum RecordUnitCheck_T {
 // The C++ names of a record's pieces. Assertion texts name them, so that a
 // failure points at the record concerned.
 struct DatabaseRecordNames_T {
-    const char* Packet;       // packet struct, e.g. "Sonar4MasterBottomRecordPacket"
-    const char* Member;       // packet member, e.g. "m_MasterBottomRecord"
-    const char* Loaded;       // packet read from the file, e.g. "masterBottomRecord"
-    const char* MessageId;    // id enumerator, e.g. "Message_Id_Sonar4_Master_Bottom_Record"
+    const char* Packet = nullptr;       // packet struct, e.g. "Sonar4MasterBottomRecordPacket"
+    const char* Member = nullptr;       // packet member, e.g. "m_MasterBottomRecord"
+    const char* Loaded = nullptr;       // packet read from the file, e.g. "masterBottomRecord"
+    const char* MessageId = nullptr;    // id enumerator, e.g. "Message_Id_Sonar4_Master_Bottom_Record"
 };
 
 struct DatabaseRecordDescription_T {
     DatabaseFileDescription_T File;
     DatabaseRecordNames_T Names;
-    const char* FileName;
-    LNET_MESSAGE_ID_T MessageId;
-    RecordUnitCheck_T UnitCheck;
+    const char* FileName = nullptr;
+    LNET_MESSAGE_ID_T MessageId{};
+    RecordUnitCheck_T UnitCheck = UNIT_CHECK_VERSION_AND_SERIAL;
     // Default payload from offset 16 on, as bytes; the rest stays zero.
     const uint8_t* DefaultPayload = nullptr;
     size_t DefaultPayloadSize = 0;

@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 
+#include "Database/RecordDescription.h"
 #include "Database/SerialNumberInfo.h"
 #include "Utilities/ProductFamily.h"
 #include "Utilities/VeskAssert.h"
@@ -54,8 +55,7 @@ IPPort32_T PortFromEnvironment(IOSSFactory* pFactory, const char* Variable, IPPo
 
 } // namespace
 
-const DatabaseFileDescription_T CDatabaseServiceInfoMessage::cFileDescription = {"CDatabaseServiceInfoMessage",
-                                                                               "DATABASE_DIR_SYSTEM_DATA"};
+VESK_FILE_DESCRIPTION(CDatabaseServiceInfoMessage).Directory("DATABASE_DIR_SYSTEM_DATA");
 
 IP_Address_T Sonar4ServiceInfoPacket::FieldToAddress(uint32_t Field)
 {

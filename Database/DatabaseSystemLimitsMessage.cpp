@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // u16 1, 800, 1, 500; i32 -3000, 3000; i16 -550, 550; u8 1; u16 14000, 15500; u32 100.
@@ -24,11 +26,16 @@ void SetMaxAllowedDepth(IOSSFactory* pFactory, uint8_t* Packet, uint32_t)
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseSystemLimitsMessage::cDescription = {
-    {"CDatabaseSystemLimitsMessage", "NONPERSISTED_DATABASE_ROOT", "m_pFactory && \"no Factory specified\""},
-    {"Sonar4SystemLimitsPacket", "m_SystemLimits", "systemLimits", "Message_Id_Sonar4_System_Settings_Limits"},
-    "SystemLimits.bin", Message_Id_Sonar4_System_Settings_Limits, UNIT_CHECK_VERSION_AND_SERIAL,
-    cDefaultPayload, sizeof(cDefaultPayload), &SetMaxAllowedDepth};
+VESK_RECORD_DESCRIPTION(CDatabaseSystemLimitsMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("SystemLimits.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_System_Settings_Limits))
+    .PacketName("Sonar4SystemLimitsPacket")
+    .MemberName("m_SystemLimits")
+    .LoadedName("systemLimits")
+    .DefaultPayload(cDefaultPayload)
+    .SetComputedDefaults(&SetMaxAllowedDepth)
+    .FactoryAssertion("m_pFactory && \"no Factory specified\"");
 
 CDatabaseSystemLimitsMessage::CDatabaseSystemLimitsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

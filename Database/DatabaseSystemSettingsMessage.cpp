@@ -1,12 +1,16 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 
-#include "Database/DatabaseSupportedTransducersMessage.h"
+#include "Database/RecordDescription.h"
+#include "Database/TransducerCounts.h"
 
 // An all-zero payload: no depth offset until the settings are received.
-const DatabaseRecordDescription_T CDatabaseSystemSettingsMessage::cDescription = {
-    {"CDatabaseSystemSettingsMessage", "DATABASE_DIR_SYSTEM_DATA"},
-    {"Sonar4SystemSettingsPacket", "m_SystemSettings", "systemSettings", "Message_Id_Sonar4_System_Settings"},
-    "SystemSettings.bin", Message_Id_Sonar4_System_Settings, UNIT_CHECK_VERSION_AND_SERIAL};
+VESK_RECORD_DESCRIPTION(CDatabaseSystemSettingsMessage)
+    .Directory("DATABASE_DIR_SYSTEM_DATA")
+    .FileName("SystemSettings.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_System_Settings))
+    .PacketName("Sonar4SystemSettingsPacket")
+    .MemberName("m_SystemSettings")
+    .LoadedName("systemSettings");
 
 CDatabaseSystemSettingsMessage::CDatabaseSystemSettingsMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)
@@ -15,5 +19,5 @@ CDatabaseSystemSettingsMessage::CDatabaseSystemSettingsMessage(IOSSFactory* pFac
 
 uint16_t CDatabaseSystemSettingsMessage::GetNumDepthTypeTransducers()
 {
-    return CDatabaseSupportedTransducersMessage::GetNumDepthTypeTransducers();
+    return CTransducerCounts::DepthType();
 }

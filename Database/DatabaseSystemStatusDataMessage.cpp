@@ -1,10 +1,14 @@
 #include "Database/DatabaseSystemStatusDataMessage.h"
 
-const DatabaseRecordDescription_T CDatabaseSystemStatusDataMessage::cDescription = {
-    {"CDatabaseSystemStatusDataMessage", "NONPERSISTED_DATABASE_ROOT"},
-    {"Sonar4SystemStatusDataPacket", "m_SystemStatusData", "systemStatusData",
-     "Message_Id_Sonar4_System_Status_Data"},
-    "SystemStatus.bin", Message_Id_Sonar4_System_Status_Data, UNIT_CHECK_VERSION_AND_SERIAL};
+#include "Database/RecordDescription.h"
+
+VESK_RECORD_DESCRIPTION(CDatabaseSystemStatusDataMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("SystemStatus.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_System_Status_Data))
+    .PacketName("Sonar4SystemStatusDataPacket")
+    .MemberName("m_SystemStatusData")
+    .LoadedName("systemStatusData");
 
 CDatabaseSystemStatusDataMessage::CDatabaseSystemStatusDataMessage(IOSSFactory* pFactory)
     : CDatabaseRecordOf(pFactory, cDescription)

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "Database/RecordDescription.h"
+
 namespace {
 
 // One transducer, not yet described: the task that identifies it fills the entry.
@@ -9,18 +11,17 @@ const uint8_t cDefaultPayload[] = {1};
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseTransducersFittedMessage::cDescription = [] {
-    DatabaseRecordDescription_T description = {
-        {"CDatabaseTransducersFittedMessage", "NONPERSISTED_DATABASE_ROOT"},
-        {"Sonar4TransducersFittedPacket", "m_TransducersFitted", "transducersFitted",
-         "Message_Id_Sonar4_Transducers_Fitted"},
-        "TransducersFitted.bin", Message_Id_Sonar4_Transducers_Fitted, UNIT_CHECK_VERSION_AND_SERIAL,
-        cDefaultPayload, sizeof(cDefaultPayload)};
-    description.NullBufferAssertion = "Buffer && \"Buffer should not be NULL\"";
-    description.EmptyBufferAssertion = "Buffer->size() != 0 && \"Buffer should not be empty\"";
-    description.SmallBufferAssertion = "Buffer->size() >= sizeof(m_TransducersFitted) && \"Buffer is too small\"";
-    return description;
-}();
+VESK_RECORD_DESCRIPTION(CDatabaseTransducersFittedMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("TransducersFitted.bin")
+    .Message(VESK_NAMED(Message_Id_Sonar4_Transducers_Fitted))
+    .PacketName("Sonar4TransducersFittedPacket")
+    .MemberName("m_TransducersFitted")
+    .LoadedName("transducersFitted")
+    .DefaultPayload(cDefaultPayload)
+    .NullBufferAssertion("Buffer && \"Buffer should not be NULL\"")
+    .EmptyBufferAssertion("Buffer->size() != 0 && \"Buffer should not be empty\"")
+    .SmallBufferAssertion("Buffer->size() >= sizeof(m_TransducersFitted) && \"Buffer is too small\"");
 
 Sonar4TransducerInfo_T Sonar4TransducersFittedPacket::GetTransducer() const
 {

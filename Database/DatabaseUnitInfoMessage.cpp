@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "Database/RecordDescription.h"
 #include "Utilities/ProductFamily.h"
 
 namespace {
@@ -20,11 +21,14 @@ void SetUnitDefaults(IOSSFactory* pFactory, uint8_t* Packet, uint32_t HostOrderA
 
 } // namespace
 
-const DatabaseRecordDescription_T CDatabaseUnitInfoMessage::cDescription = {
-    {"CDatabaseUnitInfoMessage", "NONPERSISTED_DATABASE_ROOT"},
-    {"Sonar4UnitInfoPacket", "m_UnitInfo", "unitInfo", "Sonar4_Unit_Info_Message"},
-    "UnitInfo.bin", Sonar4_Unit_Info_Message, UNIT_CHECK_VERSION_AND_SERIAL,
-    nullptr, 0, &SetUnitDefaults};
+VESK_RECORD_DESCRIPTION(CDatabaseUnitInfoMessage)
+    .Directory("NONPERSISTED_DATABASE_ROOT")
+    .FileName("UnitInfo.bin")
+    .Message(VESK_NAMED(Sonar4_Unit_Info_Message))
+    .PacketName("Sonar4UnitInfoPacket")
+    .MemberName("m_UnitInfo")
+    .LoadedName("unitInfo")
+    .SetComputedDefaults(&SetUnitDefaults);
 
 CDatabaseUnitInfoMessage::CDatabaseUnitInfoMessage(IOSSFactory* pFactory, IP_Address_T HostOrderAddress)
     : CDatabaseRecordOf(pFactory, cDescription, HostOrderAddress)

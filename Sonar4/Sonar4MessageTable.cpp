@@ -1,5 +1,6 @@
 #include "Sonar4/Sonar4MessageTable.h"
 
+#include "Database/RecordDescription.h"
 #include "Sonar4/Sonar4CommandMessage.h"
 #include "Sonar4/Sonar4EnvironmentDataMessage.h"
 #include "Sonar4/Sonar4EnvironmentLimitsMessage.h"
@@ -27,54 +28,63 @@ ISonar4Message* MakeWithFactory(const Sonar4MessageContext_T& Context)
     return new Message(Context.pFactory);
 }
 
+using MakeMessage_T = ISonar4Message* (*)(const Sonar4MessageContext_T&);
+
+Sonar4MessageRow_T MessageRow(const char* ClassName, LNET_MESSAGE_ID_T Id, const char* IdName,
+                              Sonar4ReceiveRule_T Receive, MakeMessage_T Make)
+{
+    Sonar4MessageRow_T row;
+    row.Id = Id;
+    row.IdName = IdName;
+    row.ClassName = ClassName;
+    row.Make = Make;
+    row.Receive = Receive;
+    return row;
+}
+
 // The facts of a record built on the shared record machinery, all taken
 // from its own description and packet.
 template <typename Record>
 Sonar4RecordFacts_T SharedRecordFacts()
 {
     const DatabaseRecordDescription_T& description = Record::cDescription;
-    return {RECORD_SHARED,
-            description.File.ClassName,
-            description.FileName,
-            description.File.DirectoryVariable,
-            Record::cPacketSize,
-            description.UnitCheck,
-            description.ReplaceInvalidValues != nullptr,
-            Record::Packet_T::cFields.data(),
-            Record::Packet_T::cFields.size()};
+    Sonar4RecordFacts_T facts;
+    facts.Kind = RECORD_SHARED;
+    facts.ClassName = description.File.ClassName;
+    facts.FileName = description.FileName;
+    facts.DirectoryVariable = description.File.DirectoryVariable;
+    facts.PacketSize = Record::cPacketSize;
+    facts.UnitCheck = description.UnitCheck;
+    facts.Validates = description.ReplaceInvalidValues != nullptr;
+    facts.Fields = Record::Packet_T::cFields.data();
+    facts.FieldCount = Record::Packet_T::cFields.size();
+    return facts;
 }
 
-using MakeMessage_T = ISonar4Message* (*)(const Sonar4MessageContext_T&);
-
-// The row of a message that forwards to its record; made with the factory
-// alone unless Make says otherwise.
+// The row of a message that forwards to its record, whose description
+// gives the id; made with the factory alone unless Make says otherwise.
 template <typename Message>
-Sonar4MessageRow_T RecordRow(const char* ClassName, Sonar4ReceiveRule_T Receive, MakeMessage_T Make)
+Sonar4MessageRow_T RecordRow(const char* ClassName, Sonar4ReceiveRule_T Receive,
+                             MakeMessage_T Make = &MakeWithFactory<Message>)
 {
     using Record = typename Message::Record_T;
-    return {Record::cDescription.MessageId,
-            Record::cDescription.Names.MessageId,
-            ClassName,
-            1,
-            Make,
-            Receive,
-            nullptr,
-            nullptr,
-            SharedRecordFacts<Record>()};
+    Sonar4MessageRow_T row =
+        MessageRow(ClassName, Record::cDescription.MessageId, Record::cDescription.Names.MessageId, Receive, Make);
+    row.Record = SharedRecordFacts<Record>();
+    return row;
 }
 
-template <typename Message>
-Sonar4MessageRow_T RecordRow(const char* ClassName, Sonar4ReceiveRule_T Receive)
-{
-    return RecordRow<Message>(ClassName, Receive, &MakeWithFactory<Message>);
-}
+// Rows name their message class once, as the type. A message without a
+// record of its own is made with the factory alone.
+#define MESSAGE_ROW(Message, Id, Receive) MessageRow(#Message, VESK_NAMED(Id), Receive, &MakeWithFactory<Message>)
+#define RECORD_ROW(Message, ...) RecordRow<Message>(#Message, __VA_ARGS__)
 
 // One message per ping configuration, told apart by the index their
 // packets hold; the codec refreshes them on its way to the one it builds.
 Sonar4MessageRow_T PingParametersRow()
 {
-    Sonar4MessageRow_T row = RecordRow<CSonar4PingParametersMessage>(
-        "CSonar4PingParametersMessage", RECEIVE_BY_PING_CONFIG_INDEX,
+    Sonar4MessageRow_T row = RECORD_ROW(
+        CSonar4PingParametersMessage, RECEIVE_BY_PING_CONFIG_INDEX,
         [](const Sonar4MessageContext_T& Context) -> ISonar4Message* {
             return new CSonar4PingParametersMessage(Context.pFactory, Context.Instance);
         });
@@ -90,8 +100,8 @@ Sonar4MessageRow_T PingParametersRow()
 // message, made by an earlier row.
 Sonar4MessageRow_T UnitInfoRow()
 {
-    return RecordRow<CSonar4UnitInfoMessage>(
-        "CSonar4UnitInfoMessage", RECEIVE_LEFT_TO_CALLER, [](const Sonar4MessageContext_T& Context) -> ISonar4Message* {
+    return RECORD_ROW(
+        CSonar4UnitInfoMessage, RECEIVE_LEFT_TO_CALLER, [](const Sonar4MessageContext_T& Context) -> ISonar4Message* {
             const auto serviceInfo = Context.pMessages->find(Sonar4_Service_Info_Message);
             VESK_ASSERT(serviceInfo != Context.pMessages->end());
             const auto* pServiceInfo = dynamic_cast<const CSonar4ServiceInfoMessage*>(serviceInfo->second);
@@ -104,33 +114,28 @@ Sonar4MessageRow_T UnitInfoRow()
 Sonar4MessageRow_T PingDataRow()
 {
     using Packet = Sonar4PingDataPacket;
-    return {Message_Id_Sonar4_Ping_Data,
-            "Message_Id_Sonar4_Ping_Data",
-            "CSonar4PingData",
-            1,
-            &MakeWithFactory<CSonar4PingData>,
-            RECEIVE_LEFT_TO_CALLER,
-            nullptr,
-            nullptr,
-            {RECORD_OWN_RULES, "CDatabasePingData", nullptr, nullptr, CDatabasePingData::cPacketSize,
-             UNIT_CHECK_VERSION_AND_SERIAL, false, Packet::cFields.data(), Packet::cFields.size()}};
+    Sonar4MessageRow_T row = MESSAGE_ROW(CSonar4PingData, Message_Id_Sonar4_Ping_Data, RECEIVE_LEFT_TO_CALLER);
+    row.Record.Kind = RECORD_OWN_RULES;
+    row.Record.ClassName = "CDatabasePingData";
+    row.Record.PacketSize = CDatabasePingData::cPacketSize;
+    row.Record.Fields = Packet::cFields.data();
+    row.Record.FieldCount = Packet::cFields.size();
+    return row;
 }
 
 Sonar4MessageRow_T ServiceInfoRow()
 {
     using Record = CDatabaseServiceInfoMessage;
     using Packet = Record::Packet_T;
-    return {Sonar4_Service_Info_Message,
-            "Sonar4_Service_Info_Message",
-            "CSonar4ServiceInfoMessage",
-            1,
-            &MakeWithFactory<CSonar4ServiceInfoMessage>,
-            RECEIVE_DECODED,
-            nullptr,
-            nullptr,
-            {RECORD_OWN_RULES, Record::cFileDescription.ClassName, Record::cFileName,
-             Record::cFileDescription.DirectoryVariable, Record::cPacketSize, UNIT_CHECK_VERSION_AND_SERIAL, false,
-             Packet::cFields, sizeof(Packet::cFields) / sizeof(Packet::cFields[0])}};
+    Sonar4MessageRow_T row = MESSAGE_ROW(CSonar4ServiceInfoMessage, Sonar4_Service_Info_Message, RECEIVE_DECODED);
+    row.Record.Kind = RECORD_OWN_RULES;
+    row.Record.ClassName = Record::cFileDescription.ClassName;
+    row.Record.FileName = Record::cFileName;
+    row.Record.DirectoryVariable = Record::cFileDescription.DirectoryVariable;
+    row.Record.PacketSize = Record::cPacketSize;
+    row.Record.Fields = Packet::cFields;
+    row.Record.FieldCount = sizeof(Packet::cFields) / sizeof(Packet::cFields[0]);
+    return row;
 }
 
 VeskEventCode_T ReloadSupportedTransducers(ISonar4Message& Message)
@@ -142,23 +147,9 @@ VeskEventCode_T ReloadSupportedTransducers(ISonar4Message& Message)
 // through this row first.
 Sonar4MessageRow_T SupportedTransducersRow()
 {
-    Sonar4MessageRow_T row = RecordRow<CSonar4SupportedTransducersMessage>("CSonar4SupportedTransducersMessage",
-                                                                            RECEIVE_LEFT_TO_CALLER);
+    Sonar4MessageRow_T row = RECORD_ROW(CSonar4SupportedTransducersMessage, RECEIVE_LEFT_TO_CALLER);
     row.Reload = &ReloadSupportedTransducers;
     return row;
-}
-
-Sonar4MessageRow_T PingResultsRow()
-{
-    return {Message_Id_Sonar4_Ping_Results,
-            "Message_Id_Sonar4_Ping_Results",
-            "CSonar4PingResultsMessage",
-            1,
-            &MakeWithFactory<CSonar4PingResultsMessage>,
-            RECEIVE_LEFT_TO_CALLER,
-            nullptr,
-            nullptr,
-            {RECORD_NONE, nullptr, nullptr, nullptr, 0, UNIT_CHECK_VERSION_AND_SERIAL, false, nullptr, 0}};
 }
 
 } // namespace
@@ -168,23 +159,23 @@ const Sonar4MessageTable_T& GetSonar4MessageTable()
     // Built on first use: the rows take their facts from the records'
     // descriptions, which live in other translation units.
     static const Sonar4MessageRow_T cRows[] = {
-        RecordRow<CSonar4SystemSettingsMessage>("CSonar4SystemSettingsMessage", RECEIVE_AFTER_TRANSDUCER_RELOAD),
-        PingResultsRow(),
+        RECORD_ROW(CSonar4SystemSettingsMessage, RECEIVE_AFTER_TRANSDUCER_RELOAD),
+        MESSAGE_ROW(CSonar4PingResultsMessage, Message_Id_Sonar4_Ping_Results, RECEIVE_LEFT_TO_CALLER),
         PingParametersRow(),
-        RecordRow<CSonar4HeartbeatMessage>("CSonar4HeartbeatMessage", RECEIVE_DECODED),
+        RECORD_ROW(CSonar4HeartbeatMessage, RECEIVE_DECODED),
         PingDataRow(),
-        RecordRow<CSonar4SystemStatusDataMessage>("CSonar4SystemStatusDataMessage", RECEIVE_LEFT_TO_CALLER),
-        RecordRow<CSonar4EnvironmentDataMessage>("CSonar4EnvironmentDataMessage", RECEIVE_LEFT_TO_CALLER),
-        RecordRow<CSonar4EnvironmentLimitsMessage>("CSonar4EnvironmentLimitsMessage", RECEIVE_LEFT_TO_CALLER),
-        RecordRow<CSonar4SystemLimitsMessage>("CSonar4SystemLimitsMessage", RECEIVE_LEFT_TO_CALLER),
-        RecordRow<CSonar4MasterBottomRecordMessage>("CSonar4MasterBottomRecordMessage", RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4SystemStatusDataMessage, RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4EnvironmentDataMessage, RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4EnvironmentLimitsMessage, RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4SystemLimitsMessage, RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4MasterBottomRecordMessage, RECEIVE_LEFT_TO_CALLER),
         SupportedTransducersRow(),
-        RecordRow<CSonar4TransducersFittedMessage>("CSonar4TransducersFittedMessage", RECEIVE_LEFT_TO_CALLER),
-        RecordRow<CSonar4CommandMessage>("CSonar4CommandMessage", RECEIVE_DECODED),
-        RecordRow<CSonar4ErrorStatusMessage>("CSonar4ErrorStatusMessage", RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4TransducersFittedMessage, RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4CommandMessage, RECEIVE_DECODED),
+        RECORD_ROW(CSonar4ErrorStatusMessage, RECEIVE_LEFT_TO_CALLER),
         ServiceInfoRow(),
         UnitInfoRow(),
-        RecordRow<CSonar4RecordingStatusMessage>("CSonar4RecordingStatusMessage", RECEIVE_LEFT_TO_CALLER),
+        RECORD_ROW(CSonar4RecordingStatusMessage, RECEIVE_LEFT_TO_CALLER),
     };
     static const Sonar4MessageTable_T cTable = {cRows, sizeof(cRows) / sizeof(cRows[0])};
     return cTable;

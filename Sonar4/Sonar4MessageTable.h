@@ -54,38 +54,38 @@ enum Sonar4RecordKind_T {
 
 // The record behind a message, as the tools see it.
 struct Sonar4RecordFacts_T {
-    Sonar4RecordKind_T Kind;
-    const char* ClassName;
+    Sonar4RecordKind_T Kind = RECORD_NONE;
+    const char* ClassName = nullptr;
     // File name; "%u" stands for the instance number. Null: no file.
-    const char* FileName;
-    const char* DirectoryVariable;
+    const char* FileName = nullptr;
+    const char* DirectoryVariable = nullptr;
     // The largest packet; a fixed-size record's file is exactly this long.
-    size_t PacketSize;
-    RecordUnitCheck_T UnitCheck;
+    size_t PacketSize = 0;
+    RecordUnitCheck_T UnitCheck = UNIT_CHECK_VERSION_AND_SERIAL;
     // True when stores and loads replace out-of-range values.
-    bool Validates;
+    bool Validates = false;
     // The whole packet, header included, in offset order.
-    const PacketField_T* Fields;
-    size_t FieldCount;
+    const PacketField_T* Fields = nullptr;
+    size_t FieldCount = 0;
 };
 
 struct Sonar4MessageRow_T {
-    LNET_MESSAGE_ID_T Id;
+    LNET_MESSAGE_ID_T Id{};
     // The id's enumerator, e.g. "Message_Id_Sonar4_Heartbeat".
-    const char* IdName;
+    const char* IdName = nullptr;
     // The message class, e.g. "CSonar4HeartbeatMessage".
-    const char* ClassName;
+    const char* ClassName = nullptr;
     // Objects made under this id (one per ping configuration for ping parameters).
-    unsigned Instances;
+    unsigned Instances = 1;
     // Makes one object; the caller owns it.
-    ISonar4Message* (*Make)(const Sonar4MessageContext_T& Context);
-    Sonar4ReceiveRule_T Receive;
+    ISonar4Message* (*Make)(const Sonar4MessageContext_T& Context) = nullptr;
+    Sonar4ReceiveRule_T Receive = RECEIVE_LEFT_TO_CALLER;
     // Reloads the message's record from its file; null for messages
     // without that operation.
-    VeskEventCode_T (*Reload)(ISonar4Message& Message);
+    VeskEventCode_T (*Reload)(ISonar4Message& Message) = nullptr;
     // The configuration index an instance holds; null for messages whose
     // objects are not told apart by one.
-    PingConfigIndex_T (*ConfigIndex)(const ISonar4Message& Message);
+    PingConfigIndex_T (*ConfigIndex)(const ISonar4Message& Message) = nullptr;
     Sonar4RecordFacts_T Record;
 };
 
