@@ -55,7 +55,7 @@ TEST(Sonar4MessageTableTest, RowsAreUniqueAndEveryLayoutTilesItsPacket)
             EXPECT_STREQ(record.Fields[0].Name, "message id");
         }
     }
-    EXPECT_EQ(FindSonar4MessageRow(0x27010F), nullptr);
+    EXPECT_EQ(FindSonar4MessageRow(0x27FFFF), nullptr);
 }
 
 // The whole message set is made as the codec makes it (the unit info record

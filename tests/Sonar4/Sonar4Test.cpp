@@ -19,7 +19,8 @@
 
 namespace {
 
-constexpr LNET_MESSAGE_ID_T cUnknownId = 0x27010F;
+// Far from the block in use, so that the next record added does not take it.
+constexpr LNET_MESSAGE_ID_T cUnknownId = 0x27FFFF;
 
 // The service info record inside the codec takes the unit's address from
 // the double's network.

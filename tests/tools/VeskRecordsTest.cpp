@@ -108,7 +108,7 @@ TEST_F(VeskRecordsTest, MalformedPacketsAreFlaggedFromFilesAndCaptures)
         {"short", HeaderBytes(0x270108, 22, 116, 1234, 21), "FLAGGED short: 21 of 22 bytes"},
         {"wrong-size-field", HeaderBytes(0x270108, 30, 116, 1234, 22),
          "FLAGGED size field says 30, the packet has 22 bytes"},
-        {"unknown-id", HeaderBytes(0x27010F, 16, 116, 1234, 16), "FLAGGED unknown message id 0x27010F"},
+        {"unknown-id", HeaderBytes(0x27FFFF, 16, 116, 1234, 16), "FLAGGED unknown message id 0x27FFFF"},
         {"wrong-version", HeaderBytes(0x270108, 22, 115, 1234, 22), "FLAGGED protocol version 115, expected 116"},
         {"no-id", std::string("\x08\x01", 2), "FLAGGED short: 2 bytes, not even a message id"},
         {"sound", HeaderBytes(0x270108, 22, 116, 1234, 22), ""},
