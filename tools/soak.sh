@@ -17,8 +17,10 @@
 # with its count. Exits non-zero when the task died, leaked descriptors or
 # memory, did not broadcast after the faults ended, or did not shut down.
 #
-# Needs root (network and mount namespaces). VESK_BUILD names the build
-# directory (default build/release, built when missing).
+# Runs in network and mount namespaces of its own: as root, or as any user
+# where the kernel allows user namespaces (exit 77, skipped, where it does
+# not). VESK_BUILD names the build directory (default build/release, built
+# when missing).
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 minutes=${1:?usage: tools/soak.sh MINUTES}
@@ -38,7 +40,12 @@ if [ -z "${VESK_SOAK_NETNS:-}" ]; then
         fi
         ninja -C "$build" MasterBottomTask vesk_tool >/dev/null
     fi
-    exec unshare -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"
+    source "$top/tools/unit-environment.sh"
+    if why=$(unit_namespaces_refused --net --mount); then
+        echo "[soak] skipped: the unit needs network and mount namespaces: $why"
+        exit 77
+    fi
+    exec "${unit_unshare[@]}" -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"
 fi
 
 source "$top/tools/unit-environment.sh"
