@@ -32,8 +32,11 @@
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/TargetCommand.h"
 
 namespace {
 
@@ -108,13 +111,38 @@ bool WriteFile(const char* Path, const std::string& Text)
     return written;
 }
 
+// Under a user-mode emulator the binary is one process with the emulator's
+// own threads, and the kernel makes a user namespace only for a process of
+// one thread (EINVAL): the binary starts again, under the emulator, inside
+// a user namespace that unshare, a native program, makes for it. Returns
+// only when that cannot be done.
+void RestartInAUserNamespace(int argc, char** argv)
+{
+    if (std::system("unshare --map-root-user true") != 0) {
+        return;
+    }
+    std::vector<const char*> words{"unshare", "--map-root-user", "sh", "-c",
+                                   "exec " VESK_TARGET_EMULATOR " \"$0\" \"$@\""};
+    words.insert(words.end(), argv, argv + argc);
+    words.push_back(nullptr);
+    std::fflush(nullptr);
+    execvp(words[0], const_cast<char* const*>(words.data()));
+}
+
 // Root in a user namespace of its own, its one uid and gid those of the
 // caller. "" when done, else what failed.
-std::string BecomeRootOfAUserNamespace()
+std::string BecomeRootOfAUserNamespace(int argc, char** argv)
 {
     const uid_t uid = geteuid();
     const gid_t gid = getegid();
     if (unshare(CLONE_NEWUSER) != 0) {
+        const int error = errno;
+        if (error == EINVAL && Emulator() != nullptr) {
+            RestartInAUserNamespace(argc, argv);
+            return "unshare --map-root-user failed, and the emulator's threads keep the binary from making a user "
+                   "namespace itself";
+        }
+        errno = error;
         return Failure("unshare(CLONE_NEWUSER), a user namespace");
     }
     // Without this the kernel refuses an unprivileged gid map: dropping a
@@ -171,7 +199,7 @@ int RunTestsAsInit(int argc, char** argv)
 int main(int argc, char** argv)
 {
     if (geteuid() != 0) {
-        const std::string whyNot = BecomeRootOfAUserNamespace();
+        const std::string whyNot = BecomeRootOfAUserNamespace(argc, argv);
         if (!whyNot.empty()) {
             return RunTests(argc, argv, whyNot);
         }
