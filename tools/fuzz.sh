@@ -9,16 +9,14 @@
 # VESK_FUZZ_TARGETS="A B" runs only those targets.
 #
 # Needs a clang build with -DVESK_FUZZERS=ON in $VESK_FUZZ_BUILD (default
-# build/sanitize, as tools/test.sh makes it), and root for the targets that
-# need a network namespace of their own with a 10. interface.
+# build/sanitize, as tools/test.sh makes it); the targets that need a
+# network namespace with a 10. interface get one from tools/unit-netns.sh.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:?usage: tools/fuzz.sh SECONDS [RUNS]}
 runs=${2:--1}
 build=${VESK_FUZZ_BUILD:-$top/build/sanitize}
 work=$build/fuzz/work
-netns_setup='ip link set lo up && ip link add eth0 type veth peer name eth0-peer &&
-  ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && ip link set eth0-peer up'
 # Their records live on a tmpfs: a disk's journal makes every rewrite of a
 # record file cost milliseconds.
 export TMPDIR=/dev/shm
@@ -37,7 +35,7 @@ for binary in "$build"/fuzz/*Fuzzer; do
              -artifact_prefix="$work/$name-" "$work/$name" "$top/fuzz/corpus/$name")
     case $name in
         ServiceInfo|Sonar4Decode|RecordMessage|RecordFile|TaskLoop)
-            unshare -n sh -c "$netns_setup && exec \"\$@\"" sh "${command[@]}" >"$log" 2>&1 || true ;;
+            "$top/tools/unit-netns.sh" "${command[@]}" >"$log" 2>&1 || true ;;
         *)
             "${command[@]}" >"$log" 2>&1 || true ;;
     esac
