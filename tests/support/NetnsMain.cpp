@@ -81,7 +81,7 @@ public:
 
     void OnTestStart(const testing::TestInfo&) override
     {
-        GTEST_SKIP() << "no network namespace for this test: " << m_Reason;
+        GTEST_SKIP() << "no namespaces of its own for this test: " << m_Reason;
     }
 
 private:
@@ -212,10 +212,12 @@ int main(int argc, char** argv)
         return 1;
     }
     if (init == 0) {
+        const int code = RunTestsAsInit(argc, argv);
         // Neither the init's leftovers nor a sanitizer's exit checks: the
-        // tests' process had those.
+        // tests' process had those. Its own output (the tests skipped when
+        // the init could not finish the namespaces) is written, though.
         std::fflush(nullptr);
-        _exit(RunTestsAsInit(argc, argv));
+        _exit(code);
     }
     int status = 0;
     if (WaitFor(init, status) != init) {
