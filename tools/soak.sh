@@ -29,7 +29,9 @@ build=${VESK_BUILD:-$top/build/release}
 # A cross build's task runs under a user-mode emulator that refuses
 # IP_MULTICAST_IF: it cannot start, so there is nothing to soak (77: skipped).
 if [ -n "${VESK_EMULATOR:-}" ]; then
-    echo "[soak] skipped: $VESK_EMULATOR refuses IP_MULTICAST_IF, the task cannot start under it"
+    # Said as the other skipped scripts say it, so that tools/test-cross.sh
+    # lists the reason.
+    printf '%s: Skipped\n%s\n' "$0" "$VESK_EMULATOR refuses IP_MULTICAST_IF: the task cannot start under it"
     exit 77
 fi
 
@@ -42,7 +44,7 @@ if [ -z "${VESK_SOAK_NETNS:-}" ]; then
     fi
     source "$top/tools/unit-environment.sh"
     if why=$(unit_namespaces_refused --net --mount); then
-        echo "[soak] skipped: the unit needs network and mount namespaces: $why"
+        printf '%s: Skipped\n%s\n' "$0" "the unit needs network and mount namespaces: $why"
         exit 77
     fi
     exec "${unit_unshare[@]}" -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"

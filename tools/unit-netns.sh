@@ -8,7 +8,7 @@ set -euo pipefail
 source "$(dirname "$0")/unit-environment.sh"
 if [ -z "${VESK_UNIT_NETNS_INSIDE:-}" ]; then
     if why=$(unit_namespaces_refused --net); then
-        echo "skipped: a network namespace is needed: $why"
+        printf '%s: Skipped\n%s\n' "$0" "a network namespace is needed: $why"
         exit 77
     fi
     exec "${unit_unshare[@]}" --net env VESK_UNIT_NETNS_INSIDE=1 "$0" "$@"
