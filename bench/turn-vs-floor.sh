@@ -32,9 +32,12 @@ if [ -z "${VESK_UNIT_NETNS:-}" ]; then
     # Built as the floor's own notes build it: the product's hardening flags.
     gcc -O2 -fstack-protector-strong -D_FORTIFY_SOURCE=2 -fPIE -pie -Wl,-z,relro,-z,now \
         -o "$build/bench/floor" "$floor_c"
-    as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-    exec "${as_root[@]}" unshare -n env VESK_UNIT_NETNS=1 FLOOR_C="$floor_c" TURNS="$turns" REPS="$reps" \
+    source "$top/tools/unit-environment.sh"
+    if why=$(unit_namespaces_refused -n); then
+        echo "the unit needs a network namespace: $why" >&2
+        exit 1
+    fi
+    exec "${unit_unshare[@]}" -n env VESK_UNIT_NETNS=1 FLOOR_C="$floor_c" TURNS="$turns" REPS="$reps" \
         "$0" "$build"
 fi
 

@@ -178,6 +178,11 @@ for script in postinst prerm postrm; do
 done
 (cd "$root" && find etc -type f | sed 's|^|/|' | sort) >"$root/DEBIAN/conffiles"
 for tree in "$root" "$dbgsym" "$dev"; do
+    # Owned by root in the package whoever builds it (--root-owner-group),
+    # and writable by the owner only whatever the builder's umask: a file
+    # the install copies from the build folder keeps the mode it was made
+    # with there (0664 under a user's umask 002).
+    chmod -R go-w "$tree"
     (cd "$tree" && find . -path ./DEBIAN -prune -o -type f -printf '%P\0' | LC_ALL=C sort -z |
         xargs -0 md5sum) >"$tree/DEBIAN/md5sums"
     chmod 0644 "$tree"/DEBIAN/{control,md5sums}

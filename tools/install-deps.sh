@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs with apt-get what building, testing and running the unit need,
-# and only what is missing. Safe to run again.
+# and only what is missing; as another user than root it names what is
+# missing and fails instead. Safe to run again.
 #   tools/install-deps.sh                 the native builds
 #   tools/install-deps.sh armhf|aarch64   a cross build and qemu-user to test it
 set -euo pipefail
@@ -23,14 +24,19 @@ if [ ${#missing[@]} -eq 0 ]; then
     exit 0
 fi
 
-echo "Installing: ${missing[*]}"
-sudo_cmd=()
 if [ "$(id -u)" -ne 0 ]; then
-    sudo_cmd=(sudo)
+    # Nothing is installed behind an ordinary user's back (no sudo prompt in
+    # the middle of a build): the one-time install is root's.
+    echo "Missing packages: ${missing[*]}" >&2
+    echo "Install them once as root, then run this again as any user:" >&2
+    echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
+    exit 1
 fi
+
+echo "Installing: ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 # tshark's package asks whether non-root users may capture; nobody is there
 # to answer (CI has no input), and the tests read capture files only.
-echo "wireshark-common wireshark-common/install-setuid boolean false" | "${sudo_cmd[@]}" debconf-set-selections
-"${sudo_cmd[@]}" apt-get update -q
-"${sudo_cmd[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"
+echo "wireshark-common wireshark-common/install-setuid boolean false" | debconf-set-selections
+apt-get update -q
+apt-get install -y -q --no-install-recommends "${missing[@]}"

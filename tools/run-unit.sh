@@ -22,12 +22,16 @@ build=${VESK_BUILD:-$top/build/release}
 
 if [ -z "${VESK_UNIT_NAMESPACES:-}" ]; then
     "$top/tools/install-deps.sh"
-    as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    source "$top/tools/unit-environment.sh"
+    if why=$(unit_namespaces_refused --net --pid --mount --fork --mount-proc); then
+        echo "[unit] cannot make the unit's namespaces: $why" >&2
+        echo "[unit] run it as root instead (sudo $0)" >&2
+        exit 1
+    fi
     # exec: this process becomes the namespaces' keeper (unshare), and its
     # end, even by SIGKILL, kills the script's second run (--kill-child),
     # the PID namespace's first process, and with it the whole unit.
-    exec "${as_root[@]}" unshare --net --pid --mount --propagation private --fork --kill-child \
+    exec "${unit_unshare[@]}" --net --pid --mount --propagation private --fork --kill-child \
         env VESK_UNIT_NAMESPACES=1 VESK_UNIT_KEEPER=$$ VESK_BUILD="$build" "$0" "$@"
 fi
 

@@ -17,8 +17,10 @@
 # with its count. Exits non-zero when the task died, leaked descriptors or
 # memory, did not broadcast after the faults ended, or did not shut down.
 #
-# Needs root (network and mount namespaces). VESK_BUILD names the build
-# directory (default build/release, built when missing).
+# Runs in network and mount namespaces of its own: as root, or as any user
+# where the kernel allows user namespaces (exit 77, skipped, where it does
+# not). VESK_BUILD names the build directory (default build/release, built
+# when missing).
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 minutes=${1:?usage: tools/soak.sh MINUTES}
@@ -27,7 +29,9 @@ build=${VESK_BUILD:-$top/build/release}
 # A cross build's task runs under a user-mode emulator that refuses
 # IP_MULTICAST_IF: it cannot start, so there is nothing to soak (77: skipped).
 if [ -n "${VESK_EMULATOR:-}" ]; then
-    echo "[soak] skipped: $VESK_EMULATOR refuses IP_MULTICAST_IF, the task cannot start under it"
+    # Said as the other skipped scripts say it, so that tools/test-cross.sh
+    # lists the reason.
+    printf '%s: Skipped\n%s\n' "$0" "$VESK_EMULATOR refuses IP_MULTICAST_IF: the task cannot start under it"
     exit 77
 fi
 
@@ -38,7 +42,12 @@ if [ -z "${VESK_SOAK_NETNS:-}" ]; then
         fi
         ninja -C "$build" MasterBottomTask vesk_tool >/dev/null
     fi
-    exec unshare -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"
+    source "$top/tools/unit-environment.sh"
+    if why=$(unit_namespaces_refused --net --mount); then
+        printf '%s: Skipped\n%s\n' "$0" "the unit needs network and mount namespaces: $why"
+        exit 77
+    fi
+    exec "${unit_unshare[@]}" -n -m --propagation private env VESK_SOAK_NETNS=1 VESK_BUILD="$build" "$0" "$@"
 fi
 
 source "$top/tools/unit-environment.sh"

@@ -10,7 +10,8 @@
 # Usage: tools/test-container.sh BUILD_DIR   (a configured release build)
 # The Debian root is cached as BUILD_DIR/container/bookworm.tar and made
 # again when its package list changes. Prints PASS/FAIL per check and a
-# summary; exits non-zero when a check failed or did not run.
+# summary; exits non-zero when a check failed or did not run, 77 (skipped)
+# for a user other than root without sudo.
 set -euo pipefail
 
 if [ $# -ne 1 ] || [ ! -f "$1/CMakeCache.txt" ]; then
@@ -21,9 +22,9 @@ if [ "$(id -u)" -ne 0 ]; then
     if sudo -n true 2>/dev/null; then
         exec sudo -n "$(cd "$(dirname "$0")" && pwd)/$(basename "$0")" "$@"
     fi
-    echo "FAILED: the container test needs root (or sudo without a password) to build a root," \
-        "boot it and enter it" >&2
-    exit 1
+    echo "SKIPPED: the container test needs root (or sudo without a password): systemd-nspawn boots" \
+        "the system only for root"
+    exit 77
 fi
 
 source_dir=$(cd "$(dirname "$0")/.." && pwd)

@@ -1,5 +1,21 @@
 # Sourced by the scripts that run the task in a simulated unit.
 
+# unshare as the unit's namespaces need it: for a user other than root, with
+# a user namespace of its own first, in which the user is root (its uid and
+# gid mapped to 0), as the kernel lets an ordinary user make network, PID and
+# mount namespaces only inside one. Used as "${unit_unshare[@]}" OPTIONS...
+unit_unshare=(unshare)
+[ "$(id -u)" -eq 0 ] || unit_unshare+=(--map-root-user)
+
+# Succeeds, printing the reason, when this machine refuses the namespaces
+# that unshare OPTIONS... would make (unprivileged user namespaces turned
+# off, a container without the rights); fails quietly when they can be made.
+unit_namespaces_refused() {
+    local why
+    why=$("${unit_unshare[@]}" "$@" true 2>&1) && return 1
+    echo "${unit_unshare[*]} $* refused here: ${why:-no reason given}"
+}
+
 # eth0 at 10.0.0.2/24, as on a unit; only inside a network namespace of its own.
 make_unit_network() {
     ip link set lo up

@@ -17,7 +17,8 @@ if [ -n "${VESK_EMULATOR:-}" ]; then
 fi
 if [ "$(id -u)" -ne 0 ] || ! command -v useradd >/dev/null; then
     echo "$0: Skipped"
-    echo "needs root and useradd (a network namespace and a user of its own)"
+    echo "needs root and useradd: it adds a system user and starts the task as that user, which a user" \
+        "namespace of one uid cannot"
     exit 77
 fi
 if [ -z "${VESK_INIT_NETNS:-}" ]; then

@@ -1,6 +1,9 @@
 // Entry point of the network test binary. Every process of it (test
 // discovery and each test) first moves into namespaces of its own:
 //
+// - for a user other than root, a user namespace in which it is root (its
+//   own uid and gid mapped to 0, as `unshare -r` does): the kernel lets an
+//   ordinary user make the namespaces below only inside one of these;
 // - a network namespace with only the loopback interface up, so nothing it
 //   sends reaches the machine's own interfaces;
 // - a PID namespace whose first process (an init that does nothing but
@@ -10,6 +13,12 @@
 //   ended, a failed assertion, an abort or a time limit's kill included;
 // - a mount namespace with a /proc of that PID namespace, so that the pids
 //   the tests see (PID files, waitpid) are the ones /proc knows.
+//
+// Where the kernel refuses one of them (unprivileged user namespaces turned
+// off, a container without the rights), the tests are still listed, and
+// each one is reported skipped with the reason instead of run on the
+// machine's own interfaces.
+#include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -20,8 +29,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/TargetCommand.h"
 
 namespace {
 
@@ -52,6 +67,98 @@ pid_t ForkFlushed()
     return child;
 }
 
+// "What: the errno text", for the step that just failed.
+std::string Failure(const char* What)
+{
+    return std::string(What) + ": " + std::strerror(errno);
+}
+
+// Marks every test that starts as skipped, with the reason the namespaces
+// could not be made, before its fixture's SetUp runs.
+class CSkipEveryTest : public testing::EmptyTestEventListener {
+public:
+    explicit CSkipEveryTest(std::string Reason) : m_Reason(std::move(Reason)) {}
+
+    void OnTestStart(const testing::TestInfo&) override
+    {
+        GTEST_SKIP() << "no namespaces of its own for this test: " << m_Reason;
+    }
+
+private:
+    const std::string m_Reason;
+};
+
+// The tests in this process; each is skipped for WhyNot when it is not
+// empty.
+int RunTests(int argc, char** argv, const std::string& WhyNot)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (!WhyNot.empty()) {
+        testing::UnitTest::GetInstance()->listeners().Append(new CSkipEveryTest(WhyNot));
+    }
+    return RUN_ALL_TESTS();
+}
+
+bool WriteFile(const char* Path, const std::string& Text)
+{
+    const int file = open(Path, O_WRONLY | O_CLOEXEC);
+    const bool written = file >= 0 && write(file, Text.data(), Text.size()) == static_cast<ssize_t>(Text.size());
+    const int error = errno;
+    if (file >= 0) {
+        close(file);
+    }
+    errno = error;
+    return written;
+}
+
+// Under a user-mode emulator the binary is one process with the emulator's
+// own threads, and the kernel makes a user namespace only for a process of
+// one thread (EINVAL): the binary starts again, under the emulator, inside
+// a user namespace that unshare, a native program, makes for it. Returns
+// only when that cannot be done.
+void RestartInAUserNamespace(int argc, char** argv)
+{
+    if (std::system("unshare --map-root-user true") != 0) {
+        return;
+    }
+    std::vector<const char*> words{"unshare", "--map-root-user", "sh", "-c",
+                                   "exec " VESK_TARGET_EMULATOR " \"$0\" \"$@\""};
+    words.insert(words.end(), argv, argv + argc);
+    words.push_back(nullptr);
+    std::fflush(nullptr);
+    execvp(words[0], const_cast<char* const*>(words.data()));
+}
+
+// Root in a user namespace of its own, its one uid and gid those of the
+// caller. "" when done, else what failed.
+std::string BecomeRootOfAUserNamespace(int argc, char** argv)
+{
+    const uid_t uid = geteuid();
+    const gid_t gid = getegid();
+    if (unshare(CLONE_NEWUSER) != 0) {
+        const int error = errno;
+        if (error == EINVAL && Emulator() != nullptr) {
+            RestartInAUserNamespace(argc, argv);
+            return "unshare --map-root-user failed, and the emulator's threads keep the binary from making a user "
+                   "namespace itself";
+        }
+        errno = error;
+        return Failure("unshare(CLONE_NEWUSER), a user namespace");
+    }
+    // Without this the kernel refuses an unprivileged gid map: dropping a
+    // group with setgroups could otherwise grant access that group denied.
+    if (!WriteFile("/proc/self/setgroups", "deny")) {
+        return Failure("/proc/self/setgroups");
+    }
+    if (!WriteFile("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1")) {
+        return Failure("/proc/self/uid_map");
+    }
+    if (!WriteFile("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1")) {
+        return Failure("/proc/self/gid_map");
+    }
+    return "";
+}
+
 // Process 1 of the namespace: runs the tests as its child, reaps whatever
 // is reparented to it meanwhile, and returns the tests' status. Its end
 // ends the namespace.
@@ -63,24 +170,20 @@ int RunTestsAsInit(int argc, char** argv)
     // A mount namespace of the init's own: the binary's first process stays
     // outside the PID namespace and keeps the /proc that knows it.
     if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-        std::perror("a mount namespace");
-        return 1;
+        return RunTests(argc, argv, Failure("a mount namespace"));
     }
     if (mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
-        std::perror("mount /proc");
-        return 1;
+        return RunTests(argc, argv, Failure("mount /proc"));
     }
     if (std::system("ip link set lo up") != 0) {
-        std::fprintf(stderr, "could not bring lo up\n");
-        return 1;
+        return RunTests(argc, argv, "`ip link set lo up` failed in the network namespace");
     }
     const pid_t tests = ForkFlushed();
     if (tests < 0) {
         return 1;
     }
     if (tests == 0) {
-        testing::InitGoogleTest(&argc, argv);
-        std::exit(RUN_ALL_TESTS());
+        std::exit(RunTests(argc, argv, ""));
     }
     for (;;) {
         int status = 0;
@@ -95,19 +198,26 @@ int RunTestsAsInit(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    if (geteuid() != 0) {
+        const std::string whyNot = BecomeRootOfAUserNamespace(argc, argv);
+        if (!whyNot.empty()) {
+            return RunTests(argc, argv, whyNot);
+        }
+    }
     if (unshare(CLONE_NEWNET | CLONE_NEWPID) != 0) {
-        std::perror("unshare (the network tests need root)");
-        return 1;
+        return RunTests(argc, argv, Failure("unshare(CLONE_NEWNET | CLONE_NEWPID)"));
     }
     const pid_t init = ForkFlushed();
     if (init < 0) {
         return 1;
     }
     if (init == 0) {
+        const int code = RunTestsAsInit(argc, argv);
         // Neither the init's leftovers nor a sanitizer's exit checks: the
-        // tests' process had those.
+        // tests' process had those. Its own output (the tests skipped when
+        // the init could not finish the namespaces) is written, though.
         std::fflush(nullptr);
-        _exit(RunTestsAsInit(argc, argv));
+        _exit(code);
     }
     int status = 0;
     if (WaitFor(init, status) != init) {

@@ -5,13 +5,45 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/TargetCommand.h"
 
+namespace {
+
+// True when the network namespace of this process has no interface but
+// the loopback, as one made for a test has: the machine's own (or a
+// container's) has more, and gets nothing added.
+bool OnlyLoopback()
+{
+    std::ifstream devices("/proc/self/net/dev");
+    std::string line;
+    int interfaces = 0;
+    int loopbacks = 0;
+    while (std::getline(devices, line)) {
+        // "  lo: 8664 98 ...": one line per interface, after two of headings.
+        const std::size_t colon = line.find(':');
+        if (colon != std::string::npos) {
+            const std::size_t name = line.find_first_not_of(' ');
+            ++interfaces;
+            loopbacks += line.substr(name, colon - name) == "lo";
+        }
+    }
+    return interfaces == 1 && loopbacks == 1;
+}
+
+} // namespace
+
 bool AddUnitInterface()
 {
+    if (!OnlyLoopback()) {
+        std::fprintf(stderr, "not a network namespace of the test's own (it has interfaces besides lo): "
+                             "no eth0 added\n");
+        return false;
+    }
     return std::system("ip link add eth0 type veth peer name eth0-peer && "
                        "ip addr add 10.0.0.2/24 dev eth0 && ip link set eth0 up && "
                        "ip link set eth0-peer up") == 0;

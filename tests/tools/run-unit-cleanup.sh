@@ -12,9 +12,10 @@ if [ -n "${VESK_EMULATOR:-}" ]; then
     echo "$VESK_EMULATOR refuses IP_MULTICAST_IF: the task cannot start under it"
     exit 77
 fi
-if ! unshare --net --pid --mount --fork true 2>/dev/null; then
+source "$(dirname "$run_unit")/unit-environment.sh"
+if why=$(unit_namespaces_refused --net --pid --mount --fork --mount-proc); then
     echo "$0: Skipped"
-    echo "the unit needs root and network, PID and mount namespaces"
+    echo "the unit needs network, PID and mount namespaces: $why"
     exit 77
 fi
 
