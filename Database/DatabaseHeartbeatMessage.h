@@ -15,7 +15,6 @@ struct Sonar4HeartbeatPacket : Sonar4Packet<37> {
     static constexpr uint8_t cHighestMode = 2;
     // Seconds since 1970 in the low 32 bits; all ones: the sender has no time.
     static constexpr uint64_t cNoTime = UINT64_MAX;
-    static constexpr int32_t cNoDepth = INT32_MIN;
     static constexpr int32_t cDeepestDepthCm = 304800;
     static constexpr auto cFields = Sonar4Fields({
         {"mode", cModeOffset, FIELD_U8, 1, ""},

@@ -24,7 +24,7 @@ CDatabaseLocalBottomRecord::CDatabaseLocalBottomRecord(IOSSFactory* pFactory, co
 
 void CDatabaseLocalBottomRecord::SetDefaults()
 {
-    m_Depth = cNoDepth;
+    m_Depth = cNoBottom;
     m_State = cStateNotInUse;
 }
 
