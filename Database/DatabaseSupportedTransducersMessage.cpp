@@ -4,6 +4,7 @@
 #include <cstring>
 #include <map>
 
+#include "Database/TransducerCounts.h"
 #include "Utilities/VeskAssert.h"
 
 const DatabaseRecordDescription_T CDatabaseSupportedTransducersMessage::cDescription = {
@@ -14,12 +15,7 @@ const DatabaseRecordDescription_T CDatabaseSupportedTransducersMessage::cDescrip
 
 namespace {
 
-// Kept for the process and refilled by every enumeration. Until the first
-// one, the depth-type count claims a full list, so that a settings record
-// read before it accepts any depth transducer selection.
-uint16_t s_NumDepthTransducers = 0;
-uint16_t s_NumSpeedTransducers = 0;
-uint16_t s_NumDepthTypeTransducers = Sonar4SupportedTransducersPacket::cMaxTransducers;
+// Kept for the process and refilled by every enumeration.
 std::map<SpeedTransducerSelection_T, uint32_t> s_TicksPerNauticalMile;
 
 constexpr uint32_t cDefaultTicksPerNauticalMile = 20000;
@@ -102,9 +98,7 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
     for (size_t i = 0; i < Sonar4SupportedTransducersPacket::cMaxTransducers; ++i) {
         m_Packet.SetTransducer(i, Sonar4TransducerInfo_T{});
     }
-    s_NumDepthTransducers = 0;
-    s_NumSpeedTransducers = 0;
-    s_NumDepthTypeTransducers = 0;
+    CTransducerCounts::Restart();
     s_TicksPerNauticalMile.clear();
 
     // Depth and test transducers are listed alike and counted together.
@@ -112,13 +106,12 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
         const Sonar4TransducerInfo_T info = DescribeTransducer(*TransducerId);
         addTransducer(info);
         std::printf("Xdcr %d : %s:power = %d\n", Index, info.GetName().c_str(), info.GetPowerA());
-        ++s_NumDepthTypeTransducers;
     };
     // Each kind's files are numbered from 0; the first missing number ends it.
     for (int index = 0; index <= cLastDepthSelection && TransducerId->SelectDepthTransducerId(index) == SUCCESS;
          ++index) {
         listDepthType(index);
-        ++s_NumDepthTransducers;
+        CTransducerCounts::AddDepth();
     }
     for (int index = 0; index <= cLastSpeedSelection && TransducerId->SelectSpeedTransducerId(index) == SUCCESS;
          ++index) {
@@ -127,11 +120,12 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
         const uint32_t ticks = TransducerId->GetRecord().GetTicksPerNauticalMile();
         s_TicksPerNauticalMile[static_cast<SpeedTransducerSelection_T>(index)] = ticks;
         std::printf("SpeedXdcr %d : %s:TicksPerNM = %d\n", index, info.GetName().c_str(), static_cast<int>(ticks));
-        ++s_NumSpeedTransducers;
+        CTransducerCounts::AddSpeed();
     }
     for (int index = 0; index <= cLastDepthSelection && TransducerId->SelectTestTransducerId(index) == SUCCESS;
          ++index) {
         listDepthType(index);
+        CTransducerCounts::AddTest();
     }
     std::fflush(stdout);
     TransducerId->SetTransducerId(&saved);
@@ -161,15 +155,15 @@ uint32_t CDatabaseSupportedTransducersMessage::GetTicksPerNauticalMile(SpeedTran
 
 uint16_t CDatabaseSupportedTransducersMessage::GetNumDepthTransducers()
 {
-    return s_NumDepthTransducers;
+    return CTransducerCounts::Depth();
 }
 
 uint16_t CDatabaseSupportedTransducersMessage::GetNumSpeedTransducers()
 {
-    return s_NumSpeedTransducers;
+    return CTransducerCounts::Speed();
 }
 
 uint16_t CDatabaseSupportedTransducersMessage::GetNumDepthTypeTransducers()
 {
-    return s_NumDepthTypeTransducers;
+    return CTransducerCounts::DepthType();
 }

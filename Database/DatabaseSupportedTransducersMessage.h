@@ -6,6 +6,7 @@
 
 #include "Database/DatabaseRecord.h"
 #include "Database/DatabaseTransducerIdMessage.h"
+#include "Database/TransducerCounts.h"
 
 // One transducer as the user interface lists it, summarised from its
 // identification record.
@@ -32,7 +33,7 @@ static_assert(sizeof(Sonar4TransducerInfo_T) == 39, "transducer entry is 39 byte
 // The list: a count, then 35 entries (depth, then speed, then test
 // transducers), unused ones zero.
 struct Sonar4SupportedTransducersPacket : Sonar4Packet<1383> {
-    static constexpr size_t cMaxTransducers = 35;
+    static constexpr size_t cMaxTransducers = CTransducerCounts::cMaxListed;
     static constexpr size_t cNumTransducersOffset = 16;
     static constexpr size_t cEntriesOffset = 18;
     static constexpr auto cFields = Sonar4Fields({
@@ -72,7 +73,7 @@ public:
     // Log ticks per nautical mile of a speed transducer selection.
     static uint32_t GetTicksPerNauticalMile(SpeedTransducerSelection_T Selection);
 
-    // Counted by the last enumeration.
+    // Counted by the last enumeration (see CTransducerCounts).
     static uint16_t GetNumDepthTransducers();
     static uint16_t GetNumSpeedTransducers();
     // Depth and test transducers; 35 until the first enumeration.

@@ -1,6 +1,6 @@
 #include "Database/DatabaseSystemSettingsMessage.h"
 
-#include "Database/DatabaseSupportedTransducersMessage.h"
+#include "Database/TransducerCounts.h"
 
 // An all-zero payload: no depth offset until the settings are received.
 const DatabaseRecordDescription_T CDatabaseSystemSettingsMessage::cDescription = {
@@ -15,5 +15,5 @@ CDatabaseSystemSettingsMessage::CDatabaseSystemSettingsMessage(IOSSFactory* pFac
 
 uint16_t CDatabaseSystemSettingsMessage::GetNumDepthTypeTransducers()
 {
-    return CDatabaseSupportedTransducersMessage::GetNumDepthTypeTransducers();
+    return CTransducerCounts::DepthType();
 }

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
@@ -16,34 +17,6 @@
 #include "Utilities/VeskEventCode.h"
 
 namespace {
-
-template <typename Stored, typename Scanned>
-Stored FromScanned(Scanned Value)
-{
-    return static_cast<Stored>(Value);
-}
-
-// The floating point slots have always stored the scanned float's bit
-// pattern as the low half of an otherwise zero double: a tiny subnormal,
-// whatever the text said. That result is kept on purpose; it is built here
-// from the bits rather than by scanning a float into a double's storage.
-template <>
-double FromScanned<double, float>(float Value)
-{
-    std::uint32_t floatBits = 0;
-    std::memcpy(&floatBits, &Value, sizeof(floatBits));
-    const std::uint64_t doubleBits = floatBits;
-    double result = 0.0;
-    std::memcpy(&result, &doubleBits, sizeof(result));
-    return result;
-}
-
-// The same double narrowed to single precision, which is always 0.
-template <>
-float FromScanned<float, float>(float Value)
-{
-    return static_cast<float>(FromScanned<double, float>(Value));
-}
 
 // Every diagnostic line goes out at once: the units' output is usually a
 // pipe or a log file, and a line still buffered at fork() would be printed
@@ -107,7 +80,7 @@ void COSSLinuxFile::operator delete(void* Block, size_t Size)
 }
 
 COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
-    : m_FileDescriptor(-1), m_LastError(0), m_FileName{}, m_pFile(nullptr), m_StreamMode(nullptr)
+    : m_FileDescriptor(-1), m_LastError(0), m_FileName{}
 {
     VESK_ASSERT(Name);
     // A bounded copy that leaves the last character non-zero exactly when
@@ -148,26 +121,12 @@ COSSLinuxFile::COSSLinuxFile(const char* Name, int flags, int mode)
     // a '+' count). "r" is the defined spelling of that, so stream reads
     // work on them and stream writes fail with EBADF, as they always have.
     // Read-write files (the pipes) are written through Write instead.
-    m_StreamMode = (accessMode == O_WRONLY) ? "w" : "r";
+    m_Stream.Prepare(m_FileDescriptor, (accessMode == O_WRONLY) ? "w" : "r");
 }
 
 COSSLinuxFile::~COSSLinuxFile()
 {
     Close();
-}
-
-FILE* COSSLinuxFile::Stream()
-{
-    // Made on first use: most files are only ever read or written whole,
-    // and a stream costs a query of the descriptor and memory on every open.
-    if (m_pFile == nullptr && m_StreamMode != nullptr) {
-        m_pFile = fdopen(m_FileDescriptor, m_StreamMode);
-        if (m_pFile == nullptr) {
-            m_LastError = errno;
-            m_StreamMode = nullptr;
-        }
-    }
-    return m_pFile;
 }
 
 pid_t COSSLinuxFile::CheckForLock()
@@ -221,15 +180,7 @@ bool COSSLinuxFile::ApplyLock(int flags)
 
 void COSSLinuxFile::Close()
 {
-    if (m_pFile != nullptr) {
-        // fclose releases the descriptor even when it fails (a failed final
-        // flush), so the descriptor is not closed a second time: by then
-        // its number may belong to a file opened by another thread.
-        if (std::fclose(m_pFile) != 0) {
-            m_LastError = errno;
-        }
-        m_pFile = nullptr;
-    } else if (m_FileDescriptor != -1) {
+    if (!m_Stream.Close() && m_FileDescriptor != -1) {
         close(m_FileDescriptor);
     }
     m_FileDescriptor = -1;
@@ -292,139 +243,6 @@ bool COSSLinuxFile::Ioctl(unsigned request, unsigned argument)
     return true;
 }
 
-template <typename Scanned, typename Stored>
-bool COSSLinuxFile::ReadStreamValue(Stored* Data, const char* Format)
-{
-    VESK_ASSERT(Data);
-    FILE* pFile = Stream();
-    VESK_ASSERT(pFile);
-    Scanned value{};
-    if (std::fscanf(pFile, Format, &value) != EOF) {
-        // A matching failure (nothing converted) stores the zeroed
-        // temporary.
-        *Data = FromScanned<Stored>(value);
-        m_LastError = 0;
-        return true;
-    }
-    // errno is deliberately not cleared before the scan: running out of
-    // text is only a failure when something went wrong before it.
-    m_LastError = errno;
-    return m_LastError == 0;
-}
-
-template <typename Scanned, typename Stored>
-bool COSSLinuxFile::ReadStreamValues(Stored* Data, size_t Count, const char* Format)
-{
-    VESK_ASSERT(Data);
-    FILE* pFile = Stream();
-    VESK_ASSERT(pFile);
-    int error = 0;
-    for (size_t i = 0; i < Count; ++i) {
-        Scanned value{};
-        if (std::fscanf(pFile, Format, &value) != EOF) {
-            Data[i] = FromScanned<Stored>(value);
-        } else {
-            error = errno;
-        }
-    }
-    m_LastError = error;
-    return m_LastError == 0;
-}
-
-bool COSSLinuxFile::ReadStream(UINT8* Data)
-{
-    return ReadStreamValue<unsigned int>(Data, "%u ");
-}
-
-bool COSSLinuxFile::ReadStream(UINT16* Data)
-{
-    return ReadStreamValue<unsigned int>(Data, "%u ");
-}
-
-bool COSSLinuxFile::ReadStream(UINT32* Data)
-{
-    return ReadStreamValue<unsigned int>(Data, "%u ");
-}
-
-bool COSSLinuxFile::ReadStream(int* Data)
-{
-    return ReadStreamValue<int>(Data, "%d ");
-}
-
-bool COSSLinuxFile::ReadStream(long unsigned int* Data)
-{
-    return ReadStreamValue<size_t>(Data, "%zu ");
-}
-
-bool COSSLinuxFile::ReadStream(int* Data, size_t Count)
-{
-    return ReadStreamValues<int>(Data, Count, "%d ");
-}
-
-bool COSSLinuxFile::ReadStream(double* Data)
-{
-    return ReadStreamValue<float>(Data, "%f");
-}
-
-bool COSSLinuxFile::ReadStream(float* Data)
-{
-    return ReadStreamValue<float>(Data, "%f");
-}
-
-bool COSSLinuxFile::ReadStream(float* Data, size_t Count)
-{
-    return ReadStreamValues<float>(Data, Count, "%f ");
-}
-
-bool COSSLinuxFile::ReadStream(char* Data)
-{
-    return ReadStreamValue<int>(Data, "%d ");
-}
-
-bool COSSLinuxFile::ReadStream(char* Data, const char* Format)
-{
-    VESK_ASSERT(Data);
-    VESK_ASSERT(Format);
-    if (Stream() == nullptr) {
-        return false;
-    }
-    if (std::fscanf(m_pFile, Format, Data) != EOF) {
-        return true;
-    }
-    m_LastError = errno;
-    return false;
-}
-
-bool COSSLinuxFile::ReadStream(short int* Data)
-{
-    return ReadStreamValue<int>(Data, "%d");
-}
-
-bool COSSLinuxFile::ReadStream(short int* Data, size_t Count)
-{
-    return ReadStreamValues<int>(Data, Count, "%d ");
-}
-
-bool COSSLinuxFile::ReadStream(bool* Data)
-{
-    return ReadStreamValue<int>(Data, "%d");
-}
-
-bool COSSLinuxFile::WriteStream(const char* Data)
-{
-    VESK_ASSERT(Data);
-    if (Stream() != nullptr) {
-        m_LastError = 0;
-        if (std::fputs(Data, m_pFile) == EOF) {
-            m_LastError = errno;
-        }
-        if (std::fflush(m_pFile) != 0) {
-            m_LastError = errno;
-        }
-    }
-    return m_LastError == 0;
-}
-
 int COSSLinuxFile::Poll(short events, int timeout)
 {
     if (m_FileDescriptor == -1) {
@@ -479,31 +297,6 @@ int COSSLinuxFile::GetLastError() const
 int COSSLinuxFile::GetFileDescriptor() const
 {
     return m_FileDescriptor;
-}
-
-bool COSSLinuxFile::SeekStream(long offset, int whence)
-{
-    if (Stream() == nullptr) {
-        return false;
-    }
-    m_LastError = 0;
-    if (std::fseek(m_pFile, offset, whence) == -1) {
-        m_LastError = errno;
-    }
-    return m_LastError == 0;
-}
-
-long COSSLinuxFile::TellStream()
-{
-    if (Stream() == nullptr) {
-        return -1;
-    }
-    m_LastError = 0;
-    const long position = std::ftell(m_pFile);
-    if (position == -1) {
-        m_LastError = errno;
-    }
-    return position;
 }
 
 int COSSLinuxFile::Fsync()

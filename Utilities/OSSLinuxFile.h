@@ -4,8 +4,8 @@
 #include <sys/types.h>
 
 #include <cstddef>
-#include <cstdio>
 
+#include "Utilities/FileTextStream.h"
 #include "Utilities/IOSSFile.h"
 
 // A file of the Linux units, opened by the constructor.
@@ -34,27 +34,27 @@ public:
     bool Read(Buffer_Bytes_T* Buffer) override;
     bool Write(const Buffer_Bytes_T* Buffer) override;
     bool Ioctl(unsigned request, unsigned argument) override;
-    bool ReadStream(UINT8* Data) override;
-    bool ReadStream(UINT16* Data) override;
-    bool ReadStream(UINT32* Data) override;
-    bool ReadStream(int* Data) override;
-    bool ReadStream(long unsigned int* Data) override;
-    bool ReadStream(int* Data, size_t Count) override;
-    bool ReadStream(double* Data) override;
-    bool ReadStream(float* Data) override;
-    bool ReadStream(float* Data, size_t Count) override;
-    bool ReadStream(char* Data) override;
-    bool ReadStream(char* Data, const char* Format) override;
-    bool ReadStream(short int* Data) override;
-    bool ReadStream(short int* Data, size_t Count) override;
-    bool ReadStream(bool* Data) override;
-    bool WriteStream(const char* Data) override;
+    bool ReadStream(UINT8* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(UINT16* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(UINT32* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(int* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(long unsigned int* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(int* Data, size_t Count) override { return m_Stream.Read(Data, Count); }
+    bool ReadStream(double* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(float* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(float* Data, size_t Count) override { return m_Stream.Read(Data, Count); }
+    bool ReadStream(char* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(char* Data, const char* Format) override { return m_Stream.Read(Data, Format); }
+    bool ReadStream(short int* Data) override { return m_Stream.Read(Data); }
+    bool ReadStream(short int* Data, size_t Count) override { return m_Stream.Read(Data, Count); }
+    bool ReadStream(bool* Data) override { return m_Stream.Read(Data); }
+    bool WriteStream(const char* Data) override { return m_Stream.Write(Data); }
     int Poll(short events, int timeout) override;
     int MultiPoll(PollMembers_T* ElementsToPoll, int timeout) override;
     int GetLastError() const override;
     int GetFileDescriptor() const override;
-    bool SeekStream(long offset, int whence) override;
-    long TellStream() override;
+    bool SeekStream(long offset, int whence) override { return m_Stream.Seek(offset, whence); }
+    long TellStream() override { return m_Stream.Tell(); }
     int Fsync() override;
     int Ftruncate(int length) override;
 
@@ -69,25 +69,12 @@ private:
     // Takes the whole-file write lock of a write-only open; false when that
     // failed (last error -140 when another process holds it).
     bool ApplyLock(int flags);
-    // The text stream over the descriptor, made on first use; null with no
-    // descriptor or when it cannot be made (errno recorded).
-    FILE* Stream();
     void Close();
-
-    // One typed value scanned with Format into a Scanned temporary and
-    // stored as Stored; past the end of the text the error is errno.
-    template <typename Scanned, typename Stored>
-    bool ReadStreamValue(Stored* Data, const char* Format);
-    // Count values, each as above; a position with no text left is kept.
-    template <typename Scanned, typename Stored>
-    bool ReadStreamValues(Stored* Data, size_t Count, const char* Format);
 
     int m_FileDescriptor;
     int m_LastError;
     char m_FileName[cMaxNameLength + 1];
-    FILE* m_pFile;
-    // Mode of the stream still to be made; null when there is none to make.
-    const char* m_StreamMode;
+    CFileTextStream m_Stream{m_LastError};
 };
 
 #endif
