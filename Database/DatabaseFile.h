@@ -32,7 +32,7 @@ struct DatabaseFileDescription_T {
     // at the next store.
     bool CheckForFileWrites = true;
     // How a failed store of the defaults in CheckForFile is reported.
-    int CheckForFileFailureLevel = 3;
+    int CheckForFileFailureLevel = cErrorLevel;
     const char* CheckForFileFailureWhy = "failed to write to DB";
     // False when a load reads whatever file is there without recreating a
     // missing one first (a missing file then fails to open).

@@ -68,6 +68,6 @@ void CDatabaseHeartbeatMessage::LogTime()
     if (gmtime_r(&seconds, &calendar) != nullptr) {
         asctime_r(&calendar, text);
     }
-    m_pFactory->SendEvent(6, SUCCESS, "CDatabaseHeartbeatMessage::LogTime", text);
+    m_pFactory->SendEvent(cInfoLevel, SUCCESS, "CDatabaseHeartbeatMessage::LogTime", text);
     m_LogCounter = 1;
 }

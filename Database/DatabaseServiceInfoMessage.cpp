@@ -94,11 +94,11 @@ void CDatabaseServiceInfoMessage::AdoptCurrentAddress()
         const bool legacyGroup = GetOutputIPAddress() == htonl(cLegacyMulticastGroup);
         if (legacyGroup || systemAddress != GetInputIPAddress()) {
             if (!legacyGroup) {
-                m_pFactory->SendEvent(4, SUCCESS, cFileDescription.ClassName,
+                m_pFactory->SendEvent(cWarningLevel, SUCCESS, cFileDescription.ClassName,
                                       ("OP Address is new style so we are downgrading " + Hex(GetOutputIPAddress()))
                                           .c_str());
             }
-            m_pFactory->SendEvent(3, SUCCESS, Where(" ", "constructor").c_str(), "IP Address is different in the file");
+            m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where(" ", "constructor").c_str(), "IP Address is different in the file");
             RewriteWithDefaults(Where(" ", "constructor").c_str());
         }
     }
@@ -114,7 +114,7 @@ void CDatabaseServiceInfoMessage::CheckSerialNumber()
     }
     const std::string why = "Serial Number currently in Member Variable is " + std::to_string(stored) +
                             " System Tells us " + std::to_string(unit) + " So rewriting file";
-    m_pFactory->SendEvent(3, SUCCESS, Where(" ", "constructor").c_str(), why.c_str());
+    m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where(" ", "constructor").c_str(), why.c_str());
     RewriteWithDefaults(Where("::", "CheckSerialNumber").c_str());
 }
 
@@ -123,7 +123,7 @@ void CDatabaseServiceInfoMessage::RewriteWithDefaults(const char* WhereText)
     SetDefaultValues();
     const VeskEventCode_T result = writeDB();
     if (result != SUCCESS) {
-        m_pFactory->SendEvent(3, result, WhereText, "failed to write to DB");
+        m_pFactory->SendEvent(cErrorLevel, result, WhereText, "failed to write to DB");
         SetLastError(result);
     }
 }
@@ -166,7 +166,7 @@ void CDatabaseServiceInfoMessage::SetDefaultValues()
         SetOutputIPAddress(multicast);
         const std::string why = "HostFormatIpAddress :  " + Hex(host) + " when masked  : " + Hex(masked) +
                                 " when shifted by 5  : " + Hex(shifted) + " final multicast  : " + Hex(multicast);
-        m_pFactory->SendEvent(4, SUCCESS, Where("::", "SetDefaultValues").c_str(), why.c_str());
+        m_pFactory->SendEvent(cWarningLevel, SUCCESS, Where("::", "SetDefaultValues").c_str(), why.c_str());
     }
     VESK_ASSERT(GetInputIPAddress() != 0);
     VESK_ASSERT(GetOutputIPAddress() != 0);
@@ -265,7 +265,7 @@ VeskEventCode_T CDatabaseServiceInfoMessage::DecodeMessage(const Buffer_Bytes_T*
         // Worth a warning, but whatever ports it does carry still count.
         const std::string why = "Service info message buffer too small: " + std::to_string(Buffer->size()) +
                                 " bytes, serial: " + CSerialNumberInfo::DisplayForm(neighbourSerial);
-        m_pFactory->SendEvent(3, E2BIG, Where("::", "DecodeMessage").c_str(), why.c_str());
+        m_pFactory->SendEvent(cErrorLevel, E2BIG, Where("::", "DecodeMessage").c_str(), why.c_str());
     } else {
         VESK_ASSERT(pExternalServiceInfoPacket->GetMessageID() == Sonar4_Service_Info_Message);
     }
@@ -293,7 +293,7 @@ VeskEventCode_T CDatabaseServiceInfoMessage::DecodeMessage(const Buffer_Bytes_T*
     const std::string why = "Port numbers clashed with another sounder, switching to " +
                             std::to_string(GetControlPort()) + " for control and " + std::to_string(GetDataPort()) +
                             " for data.";
-    m_pFactory->SendEvent(6, result, Where("::", "DecodeMessage").c_str(), why.c_str());
+    m_pFactory->SendEvent(cInfoLevel, result, Where("::", "DecodeMessage").c_str(), why.c_str());
     return result;
 }
 

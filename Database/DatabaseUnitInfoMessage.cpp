@@ -34,7 +34,7 @@ CDatabaseUnitInfoMessage::CDatabaseUnitInfoMessage(IOSSFactory* pFactory, IP_Add
     }
     m_Packet.SetIPAddress(HostOrderAddress);
     if (const VeskEventCode_T result = writeDB()) {
-        m_pFactory->SendEvent(3, result, "CDatabaseUnitInfoMessage constructor", "failed to write to DB");
+        m_pFactory->SendEvent(cErrorLevel, result, "CDatabaseUnitInfoMessage constructor", "failed to write to DB");
         SetLastError(result);
     }
 }

@@ -313,7 +313,7 @@ int COSSLinuxFactory::GetFileSize(const char* file)
     if (stat(file, &status) != 0) {
         // A missing and an empty file both answer 0; only this event tells
         // them apart.
-        SendEvent(LOG_INFO, errno, "COSSLinuxFactory::GetFileSize", file);
+        SendEvent(cInfoLevel, errno, "COSSLinuxFactory::GetFileSize", file);
         return 0;
     }
     return status.st_size > INT_MAX ? INT_MAX : static_cast<int>(status.st_size);
@@ -331,6 +331,9 @@ VeskEventCode_T COSSLinuxFactory::UnlinkFile(const char* Name)
     VESK_ASSERT(Name);
     return unlink(Name) == 0 ? SUCCESS : errno;
 }
+
+static_assert(cErrorLevel == LOG_ERR && cWarningLevel == LOG_WARNING && cInfoLevel == LOG_INFO,
+              "event levels are syslog priorities");
 
 void COSSLinuxFactory::WriteSystemLog(int Priority, const char* Line)
 {

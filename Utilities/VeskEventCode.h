@@ -13,4 +13,11 @@ enum VeskEventCodes : VeskEventCode_T {
 #include "Utilities/VeskEventCodes.def"
 };
 
+// The levels events are reported at (IOSSFactory::SendEvent): the syslog
+// priorities LOG_ERR, LOG_WARNING and LOG_INFO, named here so that callers
+// need not include the system's logging header.
+constexpr int cErrorLevel = 3;
+constexpr int cWarningLevel = 4;
+constexpr int cInfoLevel = 6;
+
 #endif
