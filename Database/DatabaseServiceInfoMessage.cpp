@@ -57,14 +57,14 @@ IPPort32_T PortFromEnvironment(IOSSFactory* pFactory, const char* Variable, IPPo
 const DatabaseFileDescription_T CDatabaseServiceInfoMessage::cFileDescription = {"CDatabaseServiceInfoMessage",
                                                                                "DATABASE_DIR_SYSTEM_DATA"};
 
-IP_Address_T Sonar4ServiceInfoPacket::FieldToAddress(uint32_t Field)
+IP_Address_T Sonar4ServiceInfoPacket::AddressAt(size_t Offset) const
 {
-    return htonl(__builtin_bswap32(Field));
+    return htonl(BigEndian::Read<uint32_t>(m_Bytes + Offset));
 }
 
-uint32_t Sonar4ServiceInfoPacket::AddressToField(IP_Address_T Address)
+void Sonar4ServiceInfoPacket::SetAddressAt(size_t Offset, IP_Address_T Address)
 {
-    return __builtin_bswap32(ntohl(Address));
+    BigEndian::Write<uint32_t>(m_Bytes + Offset, ntohl(Address));
 }
 
 CDatabaseServiceInfoMessage::CDatabaseServiceInfoMessage(IOSSFactory* pFactory)

@@ -9,7 +9,7 @@ namespace {
 void SetUnitDefaults(IOSSFactory* pFactory, uint8_t* Packet, uint32_t HostOrderAddress)
 {
     using P = Sonar4UnitInfoPacket;
-    LittleEndian::Write<uint32_t>(Packet + P::cAddressOffset, __builtin_bswap32(HostOrderAddress));
+    BigEndian::Write<uint32_t>(Packet + P::cAddressOffset, HostOrderAddress);
     LittleEndian::Write<uint16_t>(Packet + P::cProductFamilyOffset,
                                   static_cast<uint16_t>(GetProductFamily(pFactory)));
     // NUL-padded; a longer id is cut to the field.

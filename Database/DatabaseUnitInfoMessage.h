@@ -21,8 +21,8 @@ struct Sonar4UnitInfoPacket : Sonar4Packet<54> {
 
     // Host byte order in and out; the packet holds the octets in
     // transmission order.
-    IP_Address_T GetIPAddress() const { return __builtin_bswap32(Get<uint32_t, cAddressOffset>()); }
-    void SetIPAddress(IP_Address_T HostOrder) { Set<uint32_t, cAddressOffset>(__builtin_bswap32(HostOrder)); }
+    IP_Address_T GetIPAddress() const { return GetBigEndian<uint32_t, cAddressOffset>(); }
+    void SetIPAddress(IP_Address_T HostOrder) { SetBigEndian<uint32_t, cAddressOffset>(HostOrder); }
     uint16_t GetProductFamily() const { return Get<uint16_t, cProductFamilyOffset>(); }
     const uint8_t* ProductId() const { return m_Bytes + cProductIdOffset; }
 };
