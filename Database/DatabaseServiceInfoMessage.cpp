@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "Database/SerialNumberInfo.h"
+#include "Utilities/DottedQuad.h"
 #include "Utilities/ProductFamily.h"
 #include "Utilities/VeskAssert.h"
 
@@ -32,14 +33,6 @@ std::string Hex(uint32_t Value)
 {
     char text[9];
     std::snprintf(text, sizeof(text), "%x", Value);
-    return text;
-}
-
-std::string DottedQuad(uint32_t HostOrderAddress)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "%u.%u.%u.%u", (HostOrderAddress >> 24) & 0xFFu,
-                  (HostOrderAddress >> 16) & 0xFFu, (HostOrderAddress >> 8) & 0xFFu, HostOrderAddress & 0xFFu);
     return text;
 }
 
