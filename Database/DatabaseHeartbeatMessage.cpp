@@ -7,7 +7,7 @@ namespace {
 // Mode 0, no time, no depth.
 const uint8_t cDefaultPayload[] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00,
                                    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x80};
-static_assert(sizeof(cDefaultPayload) == 37 - 16, "the whole payload");
+static_assert(sizeof(cDefaultPayload) == Sonar4HeartbeatPacket::cSize - cSonar4HeaderSize, "the whole payload");
 
 // The two lowest values both mean "no bottom"; other negative ones are
 // faults. The deepest depth is a fixed limit of the protocol, whatever the

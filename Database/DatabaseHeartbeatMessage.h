@@ -30,7 +30,6 @@ struct Sonar4HeartbeatPacket : Sonar4Packet<37> {
     int32_t GetDepth() const { return Get<int32_t, cDepthOffset>(); }
     void SetDepth(int32_t Depth) { Set<int32_t, cDepthOffset>(Depth); }
 };
-static_assert(sizeof(Sonar4HeartbeatPacket) == 37, "heartbeat packet is 37 bytes");
 
 // Heartbeats come from any device: the record checks only the protocol
 // version. Mode and depth are clamped on every store and load. The sender's

@@ -24,7 +24,6 @@ struct Sonar4MasterBottomRecordPacket : Sonar4Packet<22> {
     uint8_t GetOffsetMode() const { return Get<uint8_t, cOffsetModeOffset>(); }
     void SetOffsetMode(uint8_t Mode) { Set<uint8_t, cOffsetModeOffset>(Mode); }
 };
-static_assert(sizeof(Sonar4MasterBottomRecordPacket) == 22, "master bottom packet is 22 bytes");
 
 class CDatabaseMasterBottomRecordMessage : public CDatabaseRecordOf<Sonar4MasterBottomRecordPacket> {
 public:

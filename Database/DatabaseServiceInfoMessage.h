@@ -82,7 +82,8 @@ private:
     IP_Address_T AddressAt(size_t Offset) const;
     void SetAddressAt(size_t Offset, IP_Address_T Address);
 };
-static_assert(sizeof(Sonar4ServiceInfoPacket) == 550, "service info packet is 550 bytes");
+static_assert(sizeof(Sonar4ServiceInfoPacket) == Sonar4ServiceInfoPacket::cSize,
+              "the packet holds nothing but its bytes");
 
 // Where this sounder can be reached: its own address, the multicast group it
 // publishes on (derived from its address), its control and data ports and

@@ -26,7 +26,6 @@ struct Sonar4UnitInfoPacket : Sonar4Packet<54> {
     uint16_t GetProductFamily() const { return Get<uint16_t, cProductFamilyOffset>(); }
     const uint8_t* ProductId() const { return m_Bytes + cProductIdOffset; }
 };
-static_assert(sizeof(Sonar4UnitInfoPacket) == 54, "unit info packet is 54 bytes");
 
 // Built with the unit's address as the service info record knows it: a
 // file holding another address is brought up to date at construction.
