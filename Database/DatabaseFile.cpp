@@ -236,7 +236,8 @@ VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t 
         // The file ended early: a short file is what a record of an older,
         // smaller layout leaves behind. Drop it so that the next load starts
         // afresh. A read that failed says nothing about the file.
-        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), where.c_str(), "Removing File Possible Old Version Of Sonar 4 ");
+        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), where.c_str(),
+                              "Removing File Possible Old Version Of Sonar 4 ");
         RemoveFile();
     }
     return FAILED_TO_READ_FILE_CONTENTS;

@@ -42,7 +42,8 @@ VeskEventCode_T CDatabaseLocalBottomRecord::writeDB()
             }
             return SUCCESS;
         }
-        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), Where("::", "writeDB()").c_str(), "failed to write contents");
+        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), Where("::", "writeDB()").c_str(),
+                              "failed to write contents");
         // An empty file read as a record would yield nothing but failures.
         RemoveIfShorterThan(1);
         return FAILED_TO_WRITE_FILE_CONTENTS;

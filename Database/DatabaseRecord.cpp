@@ -86,7 +86,8 @@ void CDatabaseRecord::ResetForMissingFile()
 void CDatabaseRecord::ReplaceInvalidValues(const char* Operation)
 {
     if (m_Description.ReplaceInvalidValues && m_Description.ReplaceInvalidValues(m_pPacket)) {
-        m_pFactory->SendEvent(cInfoLevel, SUCCESS, Where("::", Operation).c_str(), "Invalid data Values being replaced");
+        m_pFactory->SendEvent(cInfoLevel, SUCCESS, Where("::", Operation).c_str(),
+                              "Invalid data Values being replaced");
     }
 }
 

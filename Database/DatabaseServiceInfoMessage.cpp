@@ -91,7 +91,8 @@ void CDatabaseServiceInfoMessage::AdoptCurrentAddress()
                                       ("OP Address is new style so we are downgrading " + Hex(GetOutputIPAddress()))
                                           .c_str());
             }
-            m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where(" ", "constructor").c_str(), "IP Address is different in the file");
+            m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where(" ", "constructor").c_str(),
+                                  "IP Address is different in the file");
             RewriteWithDefaults(Where(" ", "constructor").c_str());
         }
     }
