@@ -161,13 +161,13 @@ VeskEventCode_T COSSLinuxFactory::SetEnv(const char* Name, const char* Value, bo
 {
     VESK_ASSERT(Name);
     VESK_ASSERT(Value);
-    return setenv(Name, Value, overwrite ? 1 : 0) == 0 ? SUCCESS : errno;
+    return ErrnoIf(setenv(Name, Value, overwrite ? 1 : 0) != 0);
 }
 
 VeskEventCode_T COSSLinuxFactory::Makedir(const char* Name, mode_t mode)
 {
     VESK_ASSERT(Name);
-    return mkdir(Name, mode) == 0 ? SUCCESS : errno;
+    return ErrnoIf(mkdir(Name, mode) != 0);
 }
 
 VeskEventCode_T COSSLinuxFactory::RemoveDirs(const char* Name, bool recursive)
@@ -323,13 +323,13 @@ VeskEventCode_T COSSLinuxFactory::LinkFile(const char* Existing, const char* New
 {
     VESK_ASSERT(Existing);
     VESK_ASSERT(NewName);
-    return link(Existing, NewName) == 0 ? SUCCESS : errno;
+    return ErrnoIf(link(Existing, NewName) != 0);
 }
 
 VeskEventCode_T COSSLinuxFactory::UnlinkFile(const char* Name)
 {
     VESK_ASSERT(Name);
-    return unlink(Name) == 0 ? SUCCESS : errno;
+    return ErrnoIf(unlink(Name) != 0);
 }
 
 static_assert(cErrorLevel == LOG_ERR && cWarningLevel == LOG_WARNING && cInfoLevel == LOG_INFO,

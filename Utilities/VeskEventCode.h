@@ -1,6 +1,7 @@
 #ifndef UTILITIES_VESKEVENTCODE_H
 #define UTILITIES_VESKEVENTCODE_H
 
+#include <cerrno>
 #include <cstdint>
 
 // Result of nearly every operation: 0 is success, negative values are the
@@ -12,6 +13,15 @@ enum VeskEventCodes : VeskEventCode_T {
 #define VESK_EVENT(Name, Code, Text) Name = Code,
 #include "Utilities/VeskEventCodes.def"
 };
+
+// The outcome of a system or C library call as this layer returns and keeps
+// it: SUCCESS, or when Failed the errno the call left. Call it straight
+// after the call, before anything else can change errno:
+//     m_LastError = ErrnoIf(bind(...) == -1);
+inline VeskEventCode_T ErrnoIf(bool Failed)
+{
+    return Failed ? errno : SUCCESS;
+}
 
 // The levels events are reported at (IOSSFactory::SendEvent): the syslog
 // priorities LOG_ERR, LOG_WARNING and LOG_INFO, named here so that callers
