@@ -21,7 +21,6 @@ struct Sonar4CommandPacket : Sonar4Packet<24> {
     uint32_t GetCommandCode() const { return Get<uint32_t, cCommandCodeOffset>(); }
     void SetCommandCode(uint32_t Code) { Set<uint32_t, cCommandCodeOffset>(Code); }
 };
-static_assert(sizeof(Sonar4CommandPacket) == 24, "command packet is 24 bytes");
 
 // Commands come from any device and are meant for every unit: the record
 // checks only the protocol version and keeps the sender's serial number as

@@ -11,7 +11,6 @@ struct Sonar4EnvironmentDataPacket : Sonar4Packet<68> {
         {"environment data", 16, FIELD_BYTES, 68 - 16, ""},
     });
 };
-static_assert(sizeof(Sonar4EnvironmentDataPacket) == 68, "environment data packet is 68 bytes");
 
 class CDatabaseEnvironmentDataMessage : public CDatabaseRecordOf<Sonar4EnvironmentDataPacket> {
 public:

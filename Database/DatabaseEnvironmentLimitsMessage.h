@@ -11,7 +11,6 @@ struct Sonar4EnvironmentLimitsPacket : Sonar4Packet<35> {
         {"last limit", 34, FIELD_U8, 1, ""},
     });
 };
-static_assert(sizeof(Sonar4EnvironmentLimitsPacket) == 35, "environment limits packet is 35 bytes");
 
 class CDatabaseEnvironmentLimitsMessage : public CDatabaseRecordOf<Sonar4EnvironmentLimitsPacket> {
 public:

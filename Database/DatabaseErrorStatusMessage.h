@@ -16,7 +16,6 @@ struct Sonar4ErrorStatusPacket : Sonar4Packet<20> {
     uint32_t GetErrorStatus() const { return Get<uint32_t, cErrorStatusOffset>(); }
     void SetErrorStatus(uint32_t Status) { Set<uint32_t, cErrorStatusOffset>(Status); }
 };
-static_assert(sizeof(Sonar4ErrorStatusPacket) == 20, "error status packet is 20 bytes");
 
 // Events update this record, so it must never report its own construction,
 // and reading it must not create its file: a missing file reads as word 0

@@ -63,7 +63,7 @@ void CDatabaseFile::LoadOrCreate()
         }
     }
     if (result != SUCCESS && m_FileDescription.ReportsConstruction) {
-        m_pFactory->SendEvent(3, result, Where(" ", "constructor").c_str(), why);
+        m_pFactory->SendEvent(cErrorLevel, result, Where(" ", "constructor").c_str(), why);
         m_LastError = result;
     }
 }
@@ -218,7 +218,7 @@ VeskEventCode_T CDatabaseFile::StoreBytes(IOSSFile& File, const uint8_t* Bytes, 
     }
     RemoveIfShorterThan(Size);
     if (m_FileDescription.ReportsStoreFailures) {
-        m_pFactory->SendEvent(3, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
+        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), Where("::", Operation).c_str(), WhyFailed);
     }
     return FAILED_TO_WRITE_FILE_CONTENTS;
 }
@@ -231,12 +231,13 @@ VeskEventCode_T CDatabaseFile::LoadBytes(IOSSFile& File, uint8_t* Bytes, size_t 
         return SUCCESS;
     }
     const std::string where = Where("::", "readDB");
-    m_pFactory->SendEvent(3, File.GetLastError(), where.c_str(), WhyFailed);
+    m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), where.c_str(), WhyFailed);
     if (!failed) {
         // The file ended early: a short file is what a record of an older,
         // smaller layout leaves behind. Drop it so that the next load starts
         // afresh. A read that failed says nothing about the file.
-        m_pFactory->SendEvent(3, File.GetLastError(), where.c_str(), "Removing File Possible Old Version Of Sonar 4 ");
+        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), where.c_str(),
+                              "Removing File Possible Old Version Of Sonar 4 ");
         RemoveFile();
     }
     return FAILED_TO_READ_FILE_CONTENTS;

@@ -32,7 +32,7 @@ struct DatabaseFileDescription_T {
     // at the next store.
     bool CheckForFileWrites = true;
     // How a failed store of the defaults in CheckForFile is reported.
-    int CheckForFileFailureLevel = 3;
+    int CheckForFileFailureLevel = cErrorLevel;
     const char* CheckForFileFailureWhy = "failed to write to DB";
     // False when a load reads whatever file is there without recreating a
     // missing one first (a missing file then fails to open).
@@ -98,6 +98,15 @@ protected:
     // operation is over before it started; Result then says how: SUCCESS
     // when the factory gave no file object, else the file's error (an errno
     // value, or -140 while another process holds the file for writing).
+    //
+    // These openers return the file and give the code through Result,
+    // unlike the rest of the layer, which returns the code: what a caller
+    // tests first is whether it has a file to work on, and the file is then
+    // scoped to that test (if (auto file = Open...)). A null file is not
+    // always a failure: a factory that gives no file object (as test
+    // factories may) ends the operation with SUCCESS, so the caller returns
+    // Result either way. Returning the code with the file as an
+    // out-parameter would keep both checks and lose the scoping.
     std::unique_ptr<IOSSFile> Open(int Flags, int Mode, VeskEventCode_T& Result) const;
     // Stores the record: Write puts the whole content into the file it is
     // given and returns SUCCESS or its failure (reported). An existing file

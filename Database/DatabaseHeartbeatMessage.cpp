@@ -9,18 +9,18 @@ namespace {
 // Mode 0, no time, no depth.
 const uint8_t cDefaultPayload[] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00,
                                    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x80};
-static_assert(sizeof(cDefaultPayload) == 37 - 16, "the whole payload");
+static_assert(sizeof(cDefaultPayload) == Sonar4HeartbeatPacket::cSize - cSonar4HeaderSize, "the whole payload");
 
-// The two lowest values both mean "no depth"; other negative ones are
+// The two lowest values both mean "no bottom"; other negative ones are
 // faults. The deepest depth is a fixed limit of the protocol, whatever the
 // unit's own limit; the highest value is a marker of its own.
 int32_t ValidDepth(int32_t Depth)
 {
-    if (Depth == INT32_MIN || Depth == INT32_MIN + 1 || Depth == INT32_MAX) {
+    if (Depth == cNoBottom || Depth == cNoBottom + 1 || Depth == INT32_MAX) {
         return Depth;
     }
     if (Depth < 0) {
-        return Sonar4HeartbeatPacket::cNoDepth;
+        return cNoBottom;
     }
     return Depth > Sonar4HeartbeatPacket::cDeepestDepthCm ? Sonar4HeartbeatPacket::cDeepestDepthCm : Depth;
 }
@@ -75,6 +75,6 @@ void CDatabaseHeartbeatMessage::LogTime()
     if (gmtime_r(&seconds, &calendar) != nullptr) {
         asctime_r(&calendar, text);
     }
-    m_pFactory->SendEvent(6, SUCCESS, "CDatabaseHeartbeatMessage::LogTime", text);
+    m_pFactory->SendEvent(cInfoLevel, SUCCESS, "CDatabaseHeartbeatMessage::LogTime", text);
     m_LogCounter = 1;
 }

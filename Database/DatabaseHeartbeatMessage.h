@@ -15,7 +15,6 @@ struct Sonar4HeartbeatPacket : Sonar4Packet<37> {
     static constexpr uint8_t cHighestMode = 2;
     // Seconds since 1970 in the low 32 bits; all ones: the sender has no time.
     static constexpr uint64_t cNoTime = UINT64_MAX;
-    static constexpr int32_t cNoDepth = INT32_MIN;
     static constexpr int32_t cDeepestDepthCm = 304800;
     static constexpr auto cFields = Sonar4Fields({
         {"mode", cModeOffset, FIELD_U8, 1, ""},
@@ -31,7 +30,6 @@ struct Sonar4HeartbeatPacket : Sonar4Packet<37> {
     int32_t GetDepth() const { return Get<int32_t, cDepthOffset>(); }
     void SetDepth(int32_t Depth) { Set<int32_t, cDepthOffset>(Depth); }
 };
-static_assert(sizeof(Sonar4HeartbeatPacket) == 37, "heartbeat packet is 37 bytes");
 
 // Heartbeats come from any device: the record checks only the protocol
 // version. Mode and depth are clamped on every store and load. The sender's

@@ -25,7 +25,7 @@ CDatabaseLocalBottomRecord::CDatabaseLocalBottomRecord(IOSSFactory* pFactory, co
 
 void CDatabaseLocalBottomRecord::SetDefaults()
 {
-    m_Depth = cNoDepth;
+    m_Depth = cNoBottom;
     m_State = cStateNotInUse;
 }
 
@@ -43,7 +43,8 @@ VeskEventCode_T CDatabaseLocalBottomRecord::writeDB()
             }
             return SUCCESS;
         }
-        m_pFactory->SendEvent(3, File.GetLastError(), Where("::", "writeDB()").c_str(), "failed to write contents");
+        m_pFactory->SendEvent(cErrorLevel, File.GetLastError(), Where("::", "writeDB()").c_str(),
+                              "failed to write contents");
         // An empty file read as a record would yield nothing but failures.
         RemoveIfShorterThan(1);
         return FAILED_TO_WRITE_FILE_CONTENTS;
@@ -80,6 +81,6 @@ VeskEventCode_T CDatabaseLocalBottomRecord::readDB()
         return SUCCESS;
     }
     // The scanner keeps the error of the read that ended the text.
-    m_pFactory->SendEvent(3, text.GetLastError(), Where("::", "readDB()").c_str(), "failed to read contents");
+    m_pFactory->SendEvent(cErrorLevel, text.GetLastError(), Where("::", "readDB()").c_str(), "failed to read contents");
     return FAILED_TO_READ_FILE_CONTENTS;
 }

@@ -5,13 +5,13 @@
 #include <string>
 
 #include "Database/DatabaseFile.h"
+#include "Sonar4/Sonar4Types.h"
 
 // The bottom one ping task has found, kept as a short text file
 // ("<depth>\n<state>\n") in NONPERSISTED_DATABASE_ROOT, named
 // "LocalBottomState<extension>.txt". One object per ping task.
 class CDatabaseLocalBottomRecord : public CDatabaseFile {
 public:
-    static constexpr int32_t cNoDepth = INT32_MIN;
     // State values with a meaning of their own; any other is "in use, no bottom".
     static constexpr uint8_t cStateNotInUse = 0;
     static constexpr uint8_t cStateValidBottom = 2;
@@ -34,7 +34,7 @@ protected:
 private:
     static const DatabaseFileDescription_T cFileDescription;
 
-    int32_t m_Depth = cNoDepth;
+    int32_t m_Depth = cNoBottom;
     uint8_t m_State = cStateNotInUse;
 };
 

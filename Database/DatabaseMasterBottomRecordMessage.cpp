@@ -7,8 +7,7 @@ namespace {
 // No valid bottom yet; the offset mode and the first payload byte stay 0.
 void SetNoBottom(IOSSFactory*, uint8_t* Packet, uint32_t)
 {
-    LittleEndian::Write<int32_t>(Packet + Sonar4MasterBottomRecordPacket::cMasterDepthOffset,
-                                 Sonar4MasterBottomRecordPacket::cNoBottom);
+    LittleEndian::Write<int32_t>(Packet + Sonar4MasterBottomRecordPacket::cMasterDepthOffset, cNoBottom);
 }
 
 } // namespace

@@ -11,7 +11,6 @@ struct Sonar4MasterBottomRecordPacket : Sonar4Packet<22> {
     static constexpr size_t cFirstByteOffset = 16;
     static constexpr size_t cMasterDepthOffset = 17;
     static constexpr size_t cOffsetModeOffset = 21;
-    static constexpr int32_t cNoBottom = INT32_MIN;
     static constexpr auto cFields = Sonar4Fields({
         {"first byte", cFirstByteOffset, FIELD_U8, 1, ""},
         {"master depth", cMasterDepthOffset, FIELD_S32, 1, "cm"},
@@ -25,7 +24,6 @@ struct Sonar4MasterBottomRecordPacket : Sonar4Packet<22> {
     uint8_t GetOffsetMode() const { return Get<uint8_t, cOffsetModeOffset>(); }
     void SetOffsetMode(uint8_t Mode) { Set<uint8_t, cOffsetModeOffset>(Mode); }
 };
-static_assert(sizeof(Sonar4MasterBottomRecordPacket) == 22, "master bottom packet is 22 bytes");
 
 class CDatabaseMasterBottomRecordMessage : public CDatabaseRecordOf<Sonar4MasterBottomRecordPacket> {
 public:

@@ -83,8 +83,8 @@ VeskEventCode_T CDatabasePingData::CreateMessage(Buffer_Bytes_T* OutputBuffer)
     m_PingDataPacket.SetSegmentOffset(static_cast<uint32_t>(offset + n));
 
     if (!fits) {
-        m_pFactory->SendEvent(3, SONAR4_ERROR_BUFFER_TOO_SMALL_FOR_MESSAGE, "CDatabasePingData::CreateMessage",
-                              "Buffer too small");
+        m_pFactory->SendEvent(cErrorLevel, SONAR4_ERROR_BUFFER_TOO_SMALL_FOR_MESSAGE,
+                              "CDatabasePingData::CreateMessage", "Buffer too small");
         OutputBuffer->size(0);
         return SONAR4_ERROR_BUFFER_TOO_SMALL_FOR_MESSAGE;
     }

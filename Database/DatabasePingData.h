@@ -26,7 +26,7 @@ struct Sonar4PingDataPacket : Sonar4Packet<1469> {
     static constexpr size_t cSegmentCountOffset = 35;
     static constexpr size_t cPingConfigIndexOffset = 36;
     static constexpr size_t cSegmentHeaderSize = 37;
-    static constexpr size_t cMaxSegmentData = 1432;
+    static constexpr size_t cMaxSegmentData = cSize - cSegmentHeaderSize;
     static constexpr auto cFields = Sonar4Fields({
         {"unused", cUnusedOffset, FIELD_U32, 1, ""},
         {"segment offset", cSegmentOffsetOffset, FIELD_U32, 1, "byte"},
@@ -63,9 +63,7 @@ struct Sonar4PingDataPacket : Sonar4Packet<1469> {
 
     uint8_t* SegmentData() { return data() + cSegmentHeaderSize; }
 };
-static_assert(sizeof(Sonar4PingDataPacket) == 1469, "ping data packet is 1469 bytes");
-static_assert(Sonar4PingDataPacket::cSegmentHeaderSize + Sonar4PingDataPacket::cMaxSegmentData == 1469,
-              "a full segment fills the packet");
+static_assert(sizeof(Sonar4PingDataPacket) == Sonar4PingDataPacket::cSize, "the packet holds nothing but its bytes");
 
 // Cuts the sampled data of one ping, far larger than a datagram, into a
 // run of numbered segment packets. Write-only and without a file: it keeps

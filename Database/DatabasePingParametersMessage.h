@@ -44,7 +44,6 @@ struct Sonar4PingParametersPacket : Sonar4Packet<94> {
     uint32_t GetRangeCm() const { return Get<uint32_t, cRangeOffset>(); }
     uint16_t GetPingIntervalMs() const { return Get<uint16_t, cPingIntervalOffset>(); }
 };
-static_assert(sizeof(Sonar4PingParametersPacket) == 94, "ping parameters packet is 94 bytes");
 
 // What a fresh configuration holds, per configuration index.
 struct PingParameterDefaults_T {

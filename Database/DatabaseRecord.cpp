@@ -86,7 +86,8 @@ void CDatabaseRecord::ResetForMissingFile()
 void CDatabaseRecord::ReplaceInvalidValues(const char* Operation)
 {
     if (m_Description.ReplaceInvalidValues && m_Description.ReplaceInvalidValues(m_pPacket)) {
-        m_pFactory->SendEvent(6, SUCCESS, Where("::", Operation).c_str(), "Invalid data Values being replaced");
+        m_pFactory->SendEvent(cInfoLevel, SUCCESS, Where("::", Operation).c_str(),
+                              "Invalid data Values being replaced");
     }
 }
 
@@ -144,7 +145,7 @@ bool CDatabaseRecord::ConfirmSonar4Version(const uint8_t* Packet)
     if (header.GetSonar4Version() != SONAR4_VERSION) {
         const std::string why = "Old Sonar 4 found V" + std::to_string(header.GetSonar4Version()) + " expected V" +
                                 std::to_string(SONAR4_VERSION);
-        m_pFactory->SendEvent(3, SUCCESS, Where("::", operation).c_str(), why.c_str());
+        m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where("::", operation).c_str(), why.c_str());
         RemoveFile();
         accepted = false;
     }
@@ -155,7 +156,7 @@ bool CDatabaseRecord::ConfirmSonar4Version(const uint8_t* Packet)
             const std::string why = "Serial Number Mismatch found" +
                                     CSerialNumberInfo::DisplayForm(header.GetSerialNumber()) + " expected " +
                                     CSerialNumberInfo::DisplayForm(unit);
-            m_pFactory->SendEvent(3, SUCCESS, Where("::", operation).c_str(), why.c_str());
+            m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where("::", operation).c_str(), why.c_str());
             RemoveFile();
             return false;
         }
@@ -191,7 +192,7 @@ VeskEventCode_T CDatabaseRecord::DecodeMessage(const Buffer_Bytes_T* Buffer)
         return stored;
     }
     why += "exp S4V " + std::to_string(SONAR4_VERSION) + " got  " + std::to_string(header.GetSonar4Version());
-    m_pFactory->SendEvent(3, SUCCESS, Where("::", "DecodeMessage").c_str(), why.c_str());
+    m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where("::", "DecodeMessage").c_str(), why.c_str());
     return E2BIG;
 }
 

@@ -10,7 +10,6 @@
 // To add a record:
 //  1. In Database/Database<Thing>Message.h declare its packet,
 //       struct Sonar4<Thing>Packet : Sonar4Packet<N> { ...field accessors... };
-//       static_assert(sizeof(Sonar4<Thing>Packet) == N, "...");
 //     and the class
 //       class CDatabase<Thing>Message : public CDatabaseRecordOf<Sonar4<Thing>Packet> {
 //       public: explicit CDatabase<Thing>Message(IOSSFactory* pFactory); ...getters, setters...
@@ -150,6 +149,9 @@ class CDatabaseRecordOf : protected DatabasePacketHolder_T<Packet>, public CData
 public:
     using Packet_T = Packet;
     static constexpr size_t cPacketSize = sizeof(Packet);
+    // The size is stated once, as the packet's template argument; a member
+    // added beside the bytes would be loaded and stored with them.
+    static_assert(cPacketSize == Packet::cSize, "a record packet holds nothing but its bytes");
 
     // The packet as last loaded or set; does not read the file.
     const Packet& GetPacket() const { return this->m_Packet; }

@@ -11,7 +11,6 @@ struct Sonar4RecordingStatusPacket : Sonar4Packet<85> {
         {"details", 16 + cStatusSize, FIELD_BYTES, 85 - 16 - cStatusSize, ""},
     });
 };
-static_assert(sizeof(Sonar4RecordingStatusPacket) == 85, "recording status packet is 85 bytes");
 
 // Published often and read by others at their own pace, so it fails
 // quietly: construction reports nothing, a failed or short store is neither

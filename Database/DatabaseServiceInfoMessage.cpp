@@ -14,6 +14,7 @@
 
 #include "Database/RecordDescription.h"
 #include "Database/SerialNumberInfo.h"
+#include "Utilities/DottedQuad.h"
 #include "Utilities/ProductFamily.h"
 #include "Utilities/VeskAssert.h"
 
@@ -36,14 +37,6 @@ std::string Hex(uint32_t Value)
     return text;
 }
 
-std::string DottedQuad(uint32_t HostOrderAddress)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "%u.%u.%u.%u", (HostOrderAddress >> 24) & 0xFFu,
-                  (HostOrderAddress >> 16) & 0xFFu, (HostOrderAddress >> 8) & 0xFFu, HostOrderAddress & 0xFFu);
-    return text;
-}
-
 // Port from an override variable; the default when it is not set.
 IPPort32_T PortFromEnvironment(IOSSFactory* pFactory, const char* Variable, IPPort32_T Default)
 {
@@ -57,14 +50,14 @@ IPPort32_T PortFromEnvironment(IOSSFactory* pFactory, const char* Variable, IPPo
 
 VESK_FILE_DESCRIPTION(CDatabaseServiceInfoMessage).Directory("DATABASE_DIR_SYSTEM_DATA");
 
-IP_Address_T Sonar4ServiceInfoPacket::FieldToAddress(uint32_t Field)
+IP_Address_T Sonar4ServiceInfoPacket::AddressAt(size_t Offset) const
 {
-    return htonl(__builtin_bswap32(Field));
+    return htonl(BigEndian::Read<uint32_t>(m_Bytes + Offset));
 }
 
-uint32_t Sonar4ServiceInfoPacket::AddressToField(IP_Address_T Address)
+void Sonar4ServiceInfoPacket::SetAddressAt(size_t Offset, IP_Address_T Address)
 {
-    return __builtin_bswap32(ntohl(Address));
+    BigEndian::Write<uint32_t>(m_Bytes + Offset, ntohl(Address));
 }
 
 CDatabaseServiceInfoMessage::CDatabaseServiceInfoMessage(IOSSFactory* pFactory)
@@ -94,11 +87,12 @@ void CDatabaseServiceInfoMessage::AdoptCurrentAddress()
         const bool legacyGroup = GetOutputIPAddress() == htonl(cLegacyMulticastGroup);
         if (legacyGroup || systemAddress != GetInputIPAddress()) {
             if (!legacyGroup) {
-                m_pFactory->SendEvent(4, SUCCESS, cFileDescription.ClassName,
+                m_pFactory->SendEvent(cWarningLevel, SUCCESS, cFileDescription.ClassName,
                                       ("OP Address is new style so we are downgrading " + Hex(GetOutputIPAddress()))
                                           .c_str());
             }
-            m_pFactory->SendEvent(3, SUCCESS, Where(" ", "constructor").c_str(), "IP Address is different in the file");
+            m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where(" ", "constructor").c_str(),
+                                  "IP Address is different in the file");
             RewriteWithDefaults(Where(" ", "constructor").c_str());
         }
     }
@@ -114,7 +108,7 @@ void CDatabaseServiceInfoMessage::CheckSerialNumber()
     }
     const std::string why = "Serial Number currently in Member Variable is " + std::to_string(stored) +
                             " System Tells us " + std::to_string(unit) + " So rewriting file";
-    m_pFactory->SendEvent(3, SUCCESS, Where(" ", "constructor").c_str(), why.c_str());
+    m_pFactory->SendEvent(cErrorLevel, SUCCESS, Where(" ", "constructor").c_str(), why.c_str());
     RewriteWithDefaults(Where("::", "CheckSerialNumber").c_str());
 }
 
@@ -123,7 +117,7 @@ void CDatabaseServiceInfoMessage::RewriteWithDefaults(const char* WhereText)
     SetDefaultValues();
     const VeskEventCode_T result = writeDB();
     if (result != SUCCESS) {
-        m_pFactory->SendEvent(3, result, WhereText, "failed to write to DB");
+        m_pFactory->SendEvent(cErrorLevel, result, WhereText, "failed to write to DB");
         SetLastError(result);
     }
 }
@@ -166,7 +160,7 @@ void CDatabaseServiceInfoMessage::SetDefaultValues()
         SetOutputIPAddress(multicast);
         const std::string why = "HostFormatIpAddress :  " + Hex(host) + " when masked  : " + Hex(masked) +
                                 " when shifted by 5  : " + Hex(shifted) + " final multicast  : " + Hex(multicast);
-        m_pFactory->SendEvent(4, SUCCESS, Where("::", "SetDefaultValues").c_str(), why.c_str());
+        m_pFactory->SendEvent(cWarningLevel, SUCCESS, Where("::", "SetDefaultValues").c_str(), why.c_str());
     }
     VESK_ASSERT(GetInputIPAddress() != 0);
     VESK_ASSERT(GetOutputIPAddress() != 0);
@@ -265,7 +259,7 @@ VeskEventCode_T CDatabaseServiceInfoMessage::DecodeMessage(const Buffer_Bytes_T*
         // Worth a warning, but whatever ports it does carry still count.
         const std::string why = "Service info message buffer too small: " + std::to_string(Buffer->size()) +
                                 " bytes, serial: " + CSerialNumberInfo::DisplayForm(neighbourSerial);
-        m_pFactory->SendEvent(3, E2BIG, Where("::", "DecodeMessage").c_str(), why.c_str());
+        m_pFactory->SendEvent(cErrorLevel, E2BIG, Where("::", "DecodeMessage").c_str(), why.c_str());
     } else {
         VESK_ASSERT(pExternalServiceInfoPacket->GetMessageID() == Sonar4_Service_Info_Message);
     }
@@ -293,7 +287,7 @@ VeskEventCode_T CDatabaseServiceInfoMessage::DecodeMessage(const Buffer_Bytes_T*
     const std::string why = "Port numbers clashed with another sounder, switching to " +
                             std::to_string(GetControlPort()) + " for control and " + std::to_string(GetDataPort()) +
                             " for data.";
-    m_pFactory->SendEvent(6, result, Where("::", "DecodeMessage").c_str(), why.c_str());
+    m_pFactory->SendEvent(cInfoLevel, result, Where("::", "DecodeMessage").c_str(), why.c_str());
     return result;
 }
 

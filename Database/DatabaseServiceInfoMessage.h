@@ -62,15 +62,14 @@ struct Sonar4ServiceInfoPacket : PacketBytes<550> {
     void ClearReserved() { Set<uint32_t, cReservedOffset>(0); Set<uint16_t, cReservedOffset + 4>(0); }
     uint16_t GetDataLength() const { return Get<uint16_t, cDataLengthOffset>(); }
     void SetDataLength(uint16_t Length) { Set<uint16_t, cDataLengthOffset>(Length); }
-    IP_Address_T GetOutputIPAddress() const { return FieldToAddress(Get<uint32_t, cOutputAddressOffset>()); }
-    void SetOutputIPAddress(IP_Address_T Address) { Set<uint32_t, cOutputAddressOffset>(AddressToField(Address)); }
+    IP_Address_T GetOutputIPAddress() const { return AddressAt(cOutputAddressOffset); }
+    void SetOutputIPAddress(IP_Address_T Address) { SetAddressAt(cOutputAddressOffset, Address); }
     IPPort32_T GetDataPort() const { return Get<uint32_t, cDataPortOffset>(); }
     void SetDataPort(IPPort32_T Port) { Set<uint32_t, cDataPortOffset>(Port); }
-    IP_Address_T GetInputIPAddress() const { return FieldToAddress(Get<uint32_t, cInputAddressOffset>()); }
-    void SetInputIPAddress(IP_Address_T Address) { Set<uint32_t, cInputAddressOffset>(AddressToField(Address)); }
-    // The raw input address field as a little-endian number, byte-swapped:
-    // the unit's address in host byte order.
-    uint32_t GetInputIPAddressSwapped() const { return __builtin_bswap32(Get<uint32_t, cInputAddressOffset>()); }
+    IP_Address_T GetInputIPAddress() const { return AddressAt(cInputAddressOffset); }
+    void SetInputIPAddress(IP_Address_T Address) { SetAddressAt(cInputAddressOffset, Address); }
+    // The unit's address in host byte order.
+    uint32_t GetInputIPAddressSwapped() const { return GetBigEndian<uint32_t, cInputAddressOffset>(); }
     IPPort32_T GetControlPort() const { return Get<uint32_t, cControlPortOffset>(); }
     void SetControlPort(IPPort32_T Port) { Set<uint32_t, cControlPortOffset>(Port); }
     // Root directory text plus its terminating NUL.
@@ -79,10 +78,12 @@ struct Sonar4ServiceInfoPacket : PacketBytes<550> {
     uint8_t* RootDir() { return m_Bytes + cRootDirOffset; }
 
 private:
-    static IP_Address_T FieldToAddress(uint32_t Field);
-    static uint32_t AddressToField(IP_Address_T Address);
+    // The address field at Offset, as the platform's socket address holds it.
+    IP_Address_T AddressAt(size_t Offset) const;
+    void SetAddressAt(size_t Offset, IP_Address_T Address);
 };
-static_assert(sizeof(Sonar4ServiceInfoPacket) == 550, "service info packet is 550 bytes");
+static_assert(sizeof(Sonar4ServiceInfoPacket) == Sonar4ServiceInfoPacket::cSize,
+              "the packet holds nothing but its bytes");
 
 // Where this sounder can be reached: its own address, the multicast group it
 // publishes on (derived from its address), its control and data ports and

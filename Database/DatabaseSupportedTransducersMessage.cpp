@@ -140,7 +140,7 @@ VeskEventCode_T CDatabaseSupportedTransducersMessage::EnumerateTransducers(CData
         result = writeDB();
     }
     if (result != SUCCESS) {
-        m_pFactory->SendEvent(3, result, "CDatabaseSupportedTransducersMessage::EnumerateTransducers",
+        m_pFactory->SendEvent(cErrorLevel, result, "CDatabaseSupportedTransducersMessage::EnumerateTransducers",
                               "Failed to write SupportedTransducers Database");
         VESK_ASSERT(result == SUCCESS && "SupportedTransducers list has not been written, probably empty on UI");
     }

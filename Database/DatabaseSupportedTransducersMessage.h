@@ -28,7 +28,7 @@ struct Sonar4TransducerInfo_T : PacketBytes<39> {
     std::string GetName() const;
     uint16_t GetPowerA() const { return Get<uint16_t, cPowerOffset[0]>(); }
 };
-static_assert(sizeof(Sonar4TransducerInfo_T) == 39, "transducer entry is 39 bytes");
+static_assert(sizeof(Sonar4TransducerInfo_T) == Sonar4TransducerInfo_T::cSize, "an entry holds nothing but its bytes");
 
 // The list: a count, then 35 entries (depth, then speed, then test
 // transducers), unused ones zero.
@@ -38,7 +38,8 @@ struct Sonar4SupportedTransducersPacket : Sonar4Packet<1383> {
     static constexpr size_t cEntriesOffset = 18;
     static constexpr auto cFields = Sonar4Fields({
         {"number of transducers", cNumTransducersOffset, FIELD_U16, 1, ""},
-        {"transducer entries (39 bytes each)", cEntriesOffset, FIELD_BYTES, cMaxTransducers * 39, ""},
+        {"transducer entries (39 bytes each)", cEntriesOffset, FIELD_BYTES,
+         cMaxTransducers * Sonar4TransducerInfo_T::cSize, ""},
     });
 
     uint16_t GetNumTransducers() const { return Get<uint16_t, cNumTransducersOffset>(); }
@@ -46,7 +47,6 @@ struct Sonar4SupportedTransducersPacket : Sonar4Packet<1383> {
     Sonar4TransducerInfo_T GetTransducer(size_t Index) const;
     void SetTransducer(size_t Index, const Sonar4TransducerInfo_T& Info);
 };
-static_assert(sizeof(Sonar4SupportedTransducersPacket) == 1383, "supported transducers packet is 1383 bytes");
 static_assert(Sonar4SupportedTransducersPacket::cEntriesOffset +
                       Sonar4SupportedTransducersPacket::cMaxTransducers * sizeof(Sonar4TransducerInfo_T) ==
                   sizeof(Sonar4SupportedTransducersPacket),

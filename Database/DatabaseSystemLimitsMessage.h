@@ -22,7 +22,6 @@ struct Sonar4SystemLimitsPacket : Sonar4Packet<49> {
     uint32_t GetMaxAllowedDepthCm() const { return Get<uint32_t, cMaxAllowedDepthOffset>(); }
     void SetMaxAllowedDepthCm(uint32_t Depth) { Set<uint32_t, cMaxAllowedDepthOffset>(Depth); }
 };
-static_assert(sizeof(Sonar4SystemLimitsPacket) == 49, "system limits packet is 49 bytes");
 
 class CDatabaseSystemLimitsMessage : public CDatabaseRecordOf<Sonar4SystemLimitsPacket> {
 public:

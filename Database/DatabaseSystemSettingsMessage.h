@@ -19,7 +19,6 @@ struct Sonar4SystemSettingsPacket : Sonar4Packet<562> {
     int32_t GetDepthOffset() const { return Get<int32_t, cDepthOffsetOffset>(); }
     void SetDepthOffset(int32_t Offset) { Set<int32_t, cDepthOffsetOffset>(Offset); }
 };
-static_assert(sizeof(Sonar4SystemSettingsPacket) == 562, "system settings packet is 562 bytes");
 
 class CDatabaseSystemSettingsMessage : public CDatabaseRecordOf<Sonar4SystemSettingsPacket> {
 public:

@@ -10,7 +10,6 @@ struct Sonar4SystemStatusDataPacket : Sonar4Packet<1063> {
         {"system status", 16, FIELD_BYTES, 1063 - 16, ""},
     });
 };
-static_assert(sizeof(Sonar4SystemStatusDataPacket) == 1063, "system status data packet is 1063 bytes");
 
 class CDatabaseSystemStatusDataMessage : public CDatabaseRecordOf<Sonar4SystemStatusDataPacket> {
 public:

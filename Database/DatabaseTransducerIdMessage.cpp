@@ -209,17 +209,17 @@ VeskEventCode_T CDatabaseTransducerIdMessage::SelectTransducerFile(const std::st
 
     const std::string where = Where("::", "SelectTransducerFile");
     if (const VeskEventCode_T removed = RemoveFile()) {
-        m_pFactory->SendEvent(6, removed, where.c_str(), "ignoring failure to remove old TransduerID file");
+        m_pFactory->SendEvent(cInfoLevel, removed, where.c_str(), "ignoring failure to remove old TransduerID file");
     }
     const std::string from = fromDir + fromFile;
     VESK_ASSERT_TEXT(from.length() <= MAX_DATABASE_PATH_LENGTH, "from.str().length() <= MAX_DATABASE_PATH_LENGTH");
     if (const VeskEventCode_T copied = m_pFactory->CopyFile(from.c_str(), GetDBFilePath(), COPY_AND_WAIT)) {
-        m_pFactory->SendEvent(6, copied, (where + " Copying Legacy TransducerID (Users selection)").c_str(),
+        m_pFactory->SendEvent(cInfoLevel, copied, (where + " Copying Legacy TransducerID (Users selection)").c_str(),
                               from.c_str());
         return copied;
     }
     if (const VeskEventCode_T read = readDB()) {
-        m_pFactory->SendEvent(6, read, where.c_str(), "Reading Legacy TransducerID (Users selection");
+        m_pFactory->SendEvent(cInfoLevel, read, where.c_str(), "Reading Legacy TransducerID (Users selection");
         return read;
     }
     RebuildGraphs();
@@ -238,7 +238,7 @@ size_t CDatabaseTransducerIdMessage::TemperatureChannel(XdcrElementIndex_T Eleme
 
 void CDatabaseTransducerIdMessage::Invalid(const std::string& Why)
 {
-    m_pFactory->SendEvent(3, NO_TRANSDUCER_ID_DATA, "CDatabaseTransducerIdMessage::IsValid()", Why.c_str());
+    m_pFactory->SendEvent(cErrorLevel, NO_TRANSDUCER_ID_DATA, "CDatabaseTransducerIdMessage::IsValid()", Why.c_str());
 }
 
 bool CDatabaseTransducerIdMessage::IsElementValid(XdcrElementIndex_T Element, bool checkTemperatureChannels)
@@ -360,7 +360,7 @@ void CDatabaseTransducerIdMessage::BuildGraphs()
                 graph[f][t] = graph[cNumGraphFrequencies - 1][t];
                 const std::string why = std::string("s_ImpedanceGraph") + ElementLetter(element) +
                                         " frequency of 0 found at " + At(f, t) + "setting to upper 3db point";
-                m_pFactory->SendEvent(6, SUCCESS, "CDatabaseTransducerIdMessage::BuildGraphs()", why.c_str());
+                m_pFactory->SendEvent(cInfoLevel, SUCCESS, "CDatabaseTransducerIdMessage::BuildGraphs()", why.c_str());
             }
         }
     }

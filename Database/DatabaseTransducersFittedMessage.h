@@ -19,7 +19,6 @@ struct Sonar4TransducersFittedPacket : Sonar4Packet<57> {
     Sonar4TransducerInfo_T GetTransducer() const;
     void SetTransducer(const Sonar4TransducerInfo_T& Info);
 };
-static_assert(sizeof(Sonar4TransducersFittedPacket) == 57, "transducers fitted packet is 57 bytes");
 
 class CDatabaseTransducersFittedMessage : public CDatabaseRecordOf<Sonar4TransducersFittedPacket> {
 public:

@@ -10,7 +10,7 @@ namespace {
 void SetUnitDefaults(IOSSFactory* pFactory, uint8_t* Packet, uint32_t HostOrderAddress)
 {
     using P = Sonar4UnitInfoPacket;
-    LittleEndian::Write<uint32_t>(Packet + P::cAddressOffset, __builtin_bswap32(HostOrderAddress));
+    BigEndian::Write<uint32_t>(Packet + P::cAddressOffset, HostOrderAddress);
     LittleEndian::Write<uint16_t>(Packet + P::cProductFamilyOffset,
                                   static_cast<uint16_t>(GetProductFamily(pFactory)));
     // NUL-padded; a longer id is cut to the field.
@@ -38,7 +38,7 @@ CDatabaseUnitInfoMessage::CDatabaseUnitInfoMessage(IOSSFactory* pFactory, IP_Add
     }
     m_Packet.SetIPAddress(HostOrderAddress);
     if (const VeskEventCode_T result = writeDB()) {
-        m_pFactory->SendEvent(3, result, "CDatabaseUnitInfoMessage constructor", "failed to write to DB");
+        m_pFactory->SendEvent(cErrorLevel, result, "CDatabaseUnitInfoMessage constructor", "failed to write to DB");
         SetLastError(result);
     }
 }

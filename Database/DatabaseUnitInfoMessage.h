@@ -21,12 +21,11 @@ struct Sonar4UnitInfoPacket : Sonar4Packet<54> {
 
     // Host byte order in and out; the packet holds the octets in
     // transmission order.
-    IP_Address_T GetIPAddress() const { return __builtin_bswap32(Get<uint32_t, cAddressOffset>()); }
-    void SetIPAddress(IP_Address_T HostOrder) { Set<uint32_t, cAddressOffset>(__builtin_bswap32(HostOrder)); }
+    IP_Address_T GetIPAddress() const { return GetBigEndian<uint32_t, cAddressOffset>(); }
+    void SetIPAddress(IP_Address_T HostOrder) { SetBigEndian<uint32_t, cAddressOffset>(HostOrder); }
     uint16_t GetProductFamily() const { return Get<uint16_t, cProductFamilyOffset>(); }
     const uint8_t* ProductId() const { return m_Bytes + cProductIdOffset; }
 };
-static_assert(sizeof(Sonar4UnitInfoPacket) == 54, "unit info packet is 54 bytes");
 
 // Built with the unit's address as the service info record knows it: a
 // file holding another address is brought up to date at construction.

@@ -30,6 +30,21 @@ struct PacketBytes {
         LittleEndian::Write<T>(m_Bytes + Offset, Value);
     }
 
+    // A field held big-endian: an address in transmission order.
+    template <typename T, size_t Offset>
+    T GetBigEndian() const
+    {
+        static_assert(Offset + sizeof(T) <= N, "field outside the packet");
+        return BigEndian::Read<T>(m_Bytes + Offset);
+    }
+
+    template <typename T, size_t Offset>
+    void SetBigEndian(T Value)
+    {
+        static_assert(Offset + sizeof(T) <= N, "field outside the packet");
+        BigEndian::Write<T>(m_Bytes + Offset, Value);
+    }
+
     uint8_t* data() { return m_Bytes; }
     const uint8_t* data() const { return m_Bytes; }
 };

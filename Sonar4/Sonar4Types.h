@@ -15,6 +15,10 @@ using PacketSegmentNumber_T = std::uint8_t;
 constexpr std::uint32_t SONAR4_VERSION = 116;
 constexpr PingConfigIndex_T PingConfigIndex_end = 32;
 
+// A depth that is no bottom: the most negative 32-bit value, in every record,
+// file and packet that carries a bottom depth.
+constexpr std::int32_t cNoBottom = INT32_MIN;
+
 // Message ids. The module's own messages form the block 0x270100..0x27010E;
 // service info and unit info keep the small ids of the discovery protocol.
 enum : LNET_MESSAGE_ID_T {

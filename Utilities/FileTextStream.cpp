@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Utilities/VeskAssert.h"
+#include "Utilities/VeskEventCode.h"
 
 namespace {
 
@@ -210,10 +211,7 @@ bool CFileTextStream::Seek(long offset, int whence)
     if (Stream() == nullptr) {
         return false;
     }
-    m_LastError = 0;
-    if (std::fseek(m_pFile, offset, whence) == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(std::fseek(m_pFile, offset, whence) == -1);
     return m_LastError == 0;
 }
 
@@ -222,10 +220,7 @@ long CFileTextStream::Tell()
     if (Stream() == nullptr) {
         return -1;
     }
-    m_LastError = 0;
     const long position = std::ftell(m_pFile);
-    if (position == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(position == -1);
     return position;
 }

@@ -70,7 +70,7 @@ public:
     virtual VeskEventCode_T Sync() = 0;
 
     // Reports one event: prints and logs the event line, drives the LED and
-    // the error status record (level is a syslog priority).
+    // the error status record (level: cErrorLevel, cWarningLevel or cInfoLevel).
     virtual VeskEventCode_T SendEvent(int level, VeskEventCode_T code, const char* where, const char* why) = 0;
 
     virtual VeskEventCode_T CreateThread(pthread_t* Thread, const pthread_attr_t* Attributes,

@@ -161,13 +161,13 @@ VeskEventCode_T COSSLinuxFactory::SetEnv(const char* Name, const char* Value, bo
 {
     VESK_ASSERT(Name);
     VESK_ASSERT(Value);
-    return setenv(Name, Value, overwrite ? 1 : 0) == 0 ? SUCCESS : errno;
+    return ErrnoIf(setenv(Name, Value, overwrite ? 1 : 0) != 0);
 }
 
 VeskEventCode_T COSSLinuxFactory::Makedir(const char* Name, mode_t mode)
 {
     VESK_ASSERT(Name);
-    return mkdir(Name, mode) == 0 ? SUCCESS : errno;
+    return ErrnoIf(mkdir(Name, mode) != 0);
 }
 
 VeskEventCode_T COSSLinuxFactory::RemoveDirs(const char* Name, bool recursive)
@@ -313,7 +313,7 @@ int COSSLinuxFactory::GetFileSize(const char* file)
     if (stat(file, &status) != 0) {
         // A missing and an empty file both answer 0; only this event tells
         // them apart.
-        SendEvent(LOG_INFO, errno, "COSSLinuxFactory::GetFileSize", file);
+        SendEvent(cInfoLevel, errno, "COSSLinuxFactory::GetFileSize", file);
         return 0;
     }
     return status.st_size > INT_MAX ? INT_MAX : static_cast<int>(status.st_size);
@@ -323,14 +323,17 @@ VeskEventCode_T COSSLinuxFactory::LinkFile(const char* Existing, const char* New
 {
     VESK_ASSERT(Existing);
     VESK_ASSERT(NewName);
-    return link(Existing, NewName) == 0 ? SUCCESS : errno;
+    return ErrnoIf(link(Existing, NewName) != 0);
 }
 
 VeskEventCode_T COSSLinuxFactory::UnlinkFile(const char* Name)
 {
     VESK_ASSERT(Name);
-    return unlink(Name) == 0 ? SUCCESS : errno;
+    return ErrnoIf(unlink(Name) != 0);
 }
+
+static_assert(cErrorLevel == LOG_ERR && cWarningLevel == LOG_WARNING && cInfoLevel == LOG_INFO,
+              "event levels are syslog priorities");
 
 void COSSLinuxFactory::WriteSystemLog(int Priority, const char* Line)
 {

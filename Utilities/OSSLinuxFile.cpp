@@ -191,12 +191,8 @@ bool COSSLinuxFile::Seek(int offset, int whence)
     if (m_FileDescriptor == -1) {
         return false;
     }
-    m_LastError = 0;
-    if (lseek(m_FileDescriptor, offset, whence) == -1) {
-        m_LastError = errno;
-        return false;
-    }
-    return true;
+    m_LastError = ErrnoIf(lseek(m_FileDescriptor, offset, whence) == -1);
+    return m_LastError == 0;
 }
 
 template <typename Transfer>
@@ -248,12 +244,9 @@ int COSSLinuxFile::Poll(short events, int timeout)
     if (m_FileDescriptor == -1) {
         return 0;
     }
-    m_LastError = 0;
     pollfd member{m_FileDescriptor, events, 0};
     const int result = poll(&member, 1, timeout);
-    if (result == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(result == -1);
     return result;
 }
 
@@ -304,10 +297,7 @@ int COSSLinuxFile::Fsync()
     if (m_FileDescriptor == -1) {
         return 0;
     }
-    if (fsync(m_FileDescriptor) == -1) {
-        return errno;
-    }
-    return 0;
+    return ErrnoIf(fsync(m_FileDescriptor) == -1);
 }
 
 int COSSLinuxFile::Ftruncate(int length)

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "Utilities/VeskAssert.h"
+#include "Utilities/VeskEventCode.h"
 
 namespace {
 
@@ -98,48 +99,35 @@ bool COSSLinuxNetwork::Socket(int domain, int type, int protocol)
 {
     VESK_ASSERT((m_Socket == -1) &&
                 "Socket should be closed before (re-)opening a socket - this is probably a resource leak!");
-    m_LastError = 0;
     m_Socket = socket(domain, type, protocol);
-    if (m_Socket == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(m_Socket == -1);
     return m_LastError == 0;
 }
 
 void COSSLinuxNetwork::Close()
 {
     VESK_ASSERT(m_Socket != -1);
-    m_LastError = 0;
-    if (close(m_Socket) == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(close(m_Socket) == -1);
 }
 
 bool COSSLinuxNetwork::SetSockOpt(int level, int name, const void* value, size_t length)
 {
     VESK_ASSERT(m_Socket != -1);
-    m_LastError = 0;
-    if (setsockopt(m_Socket, level, name, value, static_cast<socklen_t>(length)) == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(setsockopt(m_Socket, level, name, value, static_cast<socklen_t>(length)) == -1);
     return m_LastError == 0;
 }
 
 bool COSSLinuxNetwork::EnableTxMulticast()
 {
     VESK_ASSERT(m_Socket != -1);
-    m_LastError = 0;
     in_addr interfaceAddress{};
     interfaceAddress.s_addr = m_SystemAddress;
-    if (setsockopt(m_Socket, IPPROTO_IP, IP_MULTICAST_IF, &interfaceAddress, sizeof(interfaceAddress)) == -1) {
-        m_LastError = errno;
-    }
+    m_LastError =
+        ErrnoIf(setsockopt(m_Socket, IPPROTO_IP, IP_MULTICAST_IF, &interfaceAddress, sizeof(interfaceAddress)) == -1);
     // Set a second time on purpose: units in the field have always done so,
     // and only this second setting decides the result.
-    m_LastError = 0;
-    if (setsockopt(m_Socket, IPPROTO_IP, IP_MULTICAST_IF, &interfaceAddress, sizeof(interfaceAddress)) == -1) {
-        m_LastError = errno;
-    }
+    m_LastError =
+        ErrnoIf(setsockopt(m_Socket, IPPROTO_IP, IP_MULTICAST_IF, &interfaceAddress, sizeof(interfaceAddress)) == -1);
     return m_LastError == 0;
 }
 
@@ -148,7 +136,6 @@ bool COSSLinuxNetwork::Send(const Buffer_Bytes_T* Buffer, IP_Address_str_T Addre
     VESK_ASSERT(Buffer);
     VESK_ASSERT(Address);
     VESK_ASSERT(m_Socket != -1);
-    m_LastError = 0;
 
     sockaddr_in destination{};
     destination.sin_family = AF_INET;
@@ -157,9 +144,8 @@ bool COSSLinuxNetwork::Send(const Buffer_Bytes_T* Buffer, IP_Address_str_T Addre
 
     const ssize_t sent = sendto(m_Socket, Buffer->ptr(), Buffer->size(), 0,
                                 reinterpret_cast<const sockaddr*>(&destination), sizeof(destination));
-    if (sent == -1) {
-        m_LastError = errno;
-    } else if (static_cast<size_t>(sent) < Buffer->size()) {
+    m_LastError = ErrnoIf(sent == -1);
+    if (sent != -1 && static_cast<size_t>(sent) < Buffer->size()) {
         Buffer->size(static_cast<size_t>(sent));
     }
     return m_LastError == 0;
@@ -174,14 +160,11 @@ bool COSSLinuxNetwork::GetSystemIPAddress(AUINT32* pIpAddr)
 
 bool COSSLinuxNetwork::BindTo(in_addr_t NetworkOrderAddress, IP_Port_T Port)
 {
-    m_LastError = 0;
     std::memset(&m_Address, 0, sizeof(m_Address));
     m_Address.sin_family = AF_INET;
     m_Address.sin_port = htons(Port);
     m_Address.sin_addr.s_addr = NetworkOrderAddress;
-    if (bind(m_Socket, reinterpret_cast<const sockaddr*>(&m_Address), sizeof(m_Address)) == -1) {
-        m_LastError = errno;
-    }
+    m_LastError = ErrnoIf(bind(m_Socket, reinterpret_cast<const sockaddr*>(&m_Address), sizeof(m_Address)) == -1);
     return m_LastError == 0;
 }
 
@@ -203,18 +186,13 @@ bool COSSLinuxNetwork::Receive(Buffer_Bytes_T* Buffer)
 {
     VESK_ASSERT(Buffer);
     VESK_ASSERT(m_Socket != -1);
-    m_LastError = 0;
     socklen_t addressLength = sizeof(m_Address);
     // A datagram longer than the room is cut to it; recvfrom reports the
     // bytes stored.
     const ssize_t received = recvfrom(m_Socket, Buffer->ptr(), Buffer->size(), 0,
                                       reinterpret_cast<sockaddr*>(&m_Address), &addressLength);
-    if (received == -1) {
-        m_LastError = errno;
-        Buffer->size(0);
-    } else {
-        Buffer->size(static_cast<size_t>(received));
-    }
+    m_LastError = ErrnoIf(received == -1);
+    Buffer->size(received == -1 ? 0 : static_cast<size_t>(received));
     return m_LastError == 0;
 }
 

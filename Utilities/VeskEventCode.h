@@ -1,109 +1,33 @@
 #ifndef UTILITIES_VESKEVENTCODE_H
 #define UTILITIES_VESKEVENTCODE_H
 
+#include <cerrno>
 #include <cstdint>
 
 // Result of nearly every operation: 0 is success, negative values are the
 // module's own events, positive values are errno numbers passed through.
 using VeskEventCode_T = std::int32_t;
 
+// The codes by name; the list holds each code's number and text once.
 enum VeskEventCodes : VeskEventCode_T {
-    SUCCESS = 0,
-
-    // The USB library's own codes, passed through unchanged.
-    LIBUSB_ERROR_IO = -1,
-    LIBUSB_ERROR_INVALID_PARAM = -2,
-    LIBUSB_ERROR_ACCESS = -3,
-    LIBUSB_ERROR_NO_DEVICE = -4,
-    LIBUSB_ERROR_NOT_FOUND = -5,
-    LIBUSB_ERROR_BUSY = -6,
-    LIBUSB_ERROR_TIMEOUT = -7,
-    LIBUSB_ERROR_OVERFLOW = -8,
-    LIBUSB_ERROR_PIPE = -9,
-    LIBUSB_ERROR_INTERRUPTED = -10,
-    LIBUSB_ERROR_NO_MEM = -11,
-    LIBUSB_ERROR_NOT_SUPPORTED = -12,
-    LIBUSB_ERROR_OTHER = -99,
-
-    OSS_FILE_FAILURE = -101,
-    OSS_NETWORK_FAILURE = -102,
-    DOBII_FAILURE = -103,
-    FILE_HANDLE_UNINITIALISED = -104,
-    NO_FACTORY_PRESENT = -105,
-    NO_ROOT_DIR_ENVVAR_PRESENT = -106,
-    DATABASE_NOT_COPIED_PATH_TOO_LONG = -107,
-    PIPE_MESSAGE_TOO_LONG = -108,
-    FAILED_TO_SEND_ALL_DATA = -109,
-    PIPE_OPEN_FAILURE = -110,
-    TASK_NO_PINGS_ENABLED = -111,
-    SONAR4_ERROR_NO_TX_SOCKET_CREATED = -112,
-    SONAR4_ERROR_BUFFER_TOO_SMALL_FOR_MESSAGE = -113,
-    SONAR4_ERROR_BIND_FAILURE_SYSTEM_PORT = -114,
-    SONAR4_ERROR_RECIEVE_FAILURE_SYSTEM_PORT = -115,
-    SONAR4_ERROR_MESSAGE_UNKNOWN = -116,
-    TOO_MANY_FILES_TO_POLL = -117,
-    DATABASE_NOT_CREATED = -118,
-    TASK_TIMED_OUT = -119,
-    TOO_MANY_TASKS_TO_MONITOR = -120,
-    TASK_FAILURE_DETECTED = -121,
-    NO_TASK_MATCHES_ACK = -122,
-    PING_PARAM_FAILED_TO_OPEN_FILE = -123,
-    PING_PARAM_NO_FILES_FOUND = -124,
-    ERROR_REPORT_TOO_LARGE = -125,
-    LOSS_OF_NETWORK_TRAFFIC = -126,
-    PIPE_COMMAND_UNKNOWN = -127,
-    NO_RESPONSE_FROM_TASK = -128,
-    SONAR4_PING_CHANGE_COMMAND_NOT_RECOGNISED = -129,
-    SONAR4_DEBUG_COMMAND_NOT_RECOGNISED = -130,
-    SONAR4_GLOBAL_CHANGE_COMMAND_NOT_RECOGNISED = -131,
-    SONAR4_XDCR_CHANGE_COMMAND_NOT_RECOGNISED = -132,
-    NO_ENVIRONMENT_VARIABLE_FOUND = -133,
-    NETWORK_TRAFFIC_FOUND = -134,
-
-    SHUTDOWN_TASK_REQUEST = -135,
-    SAM3U_DOWNLOAD_FAILURE = -136,
-    FPGA_DOWNLOAD_FAILURE = -137,
-    USB_READ_FAILURE = -138,
-    USB_WRITE_FAILURE = -139,
-    FILE_ACCESS_DENIED = -140,
-    FAILED_TO_READ_FILE_CONTENTS = -141,
-    FAILED_TO_WRITE_FILE_CONTENTS = -142,
-    FAILED_TO_FIND_PING = -143,
-    NO_TRANSDUCER_ID_DATA = -144,
-    CODE_BLOCK_LENGTH_ZERO = -145,
-    FAILED_TO_CREATE_FILE_POINTER = -146,
-    DOBII_HEADER_CHECKSUM_WRONG = -147,
-    DOBII_HEADER_EXTRACTION_FAILED = -148,
-    DOBII_CHECKSUM_FAILED = -149,
-    DOBII_FILE_CHECKSUM_WRONG = -150,
-    FILE_DATA_EXTRACTION_FAILED = -151,
-    DOB_DOWNLOAD_INSTALL_FAILED = -152,
-    USB_SYNCHRONISE_FAILURE = -153,
-    USB_NOT_WAITING_FOR_DATA = -154,
-    DEPTH_TRANSDUCER_POWER_MISMATCH = -155,
-    DEPTH_TRANSDUCER_UNPLUGGED = -156,
-    DEPTH_TRANSDUCER_SELECTION_MISMATCH = -157,
-    DATABASE_FILE_CORRUPTION = -158,
-    FPGA_BOOST_TIMEOUT = -159,
-    TRANSDUCER_TOO_HOT = -160,
-    POWER_AMP_TOO_HOT = -161,
-    TRANSDUCER_COOLED_DOWN = -162,
-    POWER_AMP_COOLED_DOWN = -163,
-    AMBIENT_TOO_HOT = -164,
-    AMBIENT_COOLED_DOWN = -165,
-    TEMPERATURES_READ_ZERO = -166,
-    BATTERY_VOLTAGE_TOO_HIGH = -167,
-    BATTERY_VOLTAGE_TOO_LOW = -168,
-    BATTERY_VOLTAGE_HIGH_OK = -169,
-    BATTERY_VOLTAGE_LOW_OK = -170,
-    UART_POLL_TIMEOUT = -171,
-    THREAD_CREATION_FAILED = -172,
-    UART_FAILURE = -173,
-    NO_WATER_TEMP_AVAILABLE = -174,
-    TRANSDUCER_RECONNECTED = -175,
-    FPGA_PINGING_AGAIN = -176,
-    NO_FPGA_INTERFACE_INSTALLED = -177,
-    NO_FPGA_SPI_DATA = -178,
+#define VESK_EVENT(Name, Code, Text) Name = Code,
+#include "Utilities/VeskEventCodes.def"
 };
+
+// The outcome of a system or C library call as this layer returns and keeps
+// it: SUCCESS, or when Failed the errno the call left. Call it straight
+// after the call, before anything else can change errno:
+//     m_LastError = ErrnoIf(bind(...) == -1);
+inline VeskEventCode_T ErrnoIf(bool Failed)
+{
+    return Failed ? errno : SUCCESS;
+}
+
+// The levels events are reported at (IOSSFactory::SendEvent): the syslog
+// priorities LOG_ERR, LOG_WARNING and LOG_INFO, named here so that callers
+// need not include the system's logging header.
+constexpr int cErrorLevel = 3;
+constexpr int cWarningLevel = 4;
+constexpr int cInfoLevel = 6;
 
 #endif

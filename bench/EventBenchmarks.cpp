@@ -26,7 +26,7 @@ void BM_FactorySendEvent(benchmark::State& state)
     IOSSFactory* factory = BenchUnit::Factory();
     factory->SetName("MasterBottomTask");
     for (auto _ : state) {
-        benchmark::DoNotOptimize(factory->SendEvent(6, FAILED_TO_READ_FILE_CONTENTS,
+        benchmark::DoNotOptimize(factory->SendEvent(cInfoLevel, FAILED_TO_READ_FILE_CONTENTS,
                                                     "MasterBottomTask::SetMasterBottomRecord",
                                                     "Failed to Read PPT Local Bottom but so what"));
     }

@@ -18,9 +18,11 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_LIBRARY_ARCHITECTURE AND CMAKE_INSTALL_LIBDIR 
 endif()
 set(VESK_INSTALL_CMAKEDIR ${VESK_INSTALL_LIBDIR}/cmake/Vesk)
 
-# Headers a task builds on: those of the library folders.
+# Headers a task builds on: those of the library folders, and the lists
+# (.def) that headers include to make their enums.
 file(GLOB VESK_PUBLIC_HEADERS CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
-     ${CMAKE_SOURCE_DIR}/Utilities/*.h ${CMAKE_SOURCE_DIR}/Sonar4/*.h ${CMAKE_SOURCE_DIR}/Database/*.h)
+     ${CMAKE_SOURCE_DIR}/Utilities/*.h ${CMAKE_SOURCE_DIR}/Sonar4/*.h ${CMAKE_SOURCE_DIR}/Database/*.h
+     ${CMAKE_SOURCE_DIR}/Utilities/*.def ${CMAKE_SOURCE_DIR}/Sonar4/*.def ${CMAKE_SOURCE_DIR}/Database/*.def)
 foreach(header ${VESK_PUBLIC_HEADERS})
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${header} DESTINATION ${VESK_INSTALL_INCLUDEDIR}/${folder} COMPONENT dev)

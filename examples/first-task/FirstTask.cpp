@@ -21,9 +21,6 @@
 
 namespace {
 
-// Event levels are syslog priorities.
-constexpr int cErrorLevel = 3;
-constexpr int cInfoLevel = 6;
 const char* const cWhere = "FirstTask main()";
 const char* const cDirectories[] = {"NONPERSISTED_DATABASE_ROOT", "DATABASE_DIR_SYSTEM_DATA",
                                     "DATABASE_DIR_PING_PARAMETERS"};

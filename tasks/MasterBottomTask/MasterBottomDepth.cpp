@@ -1,8 +1,13 @@
 #include "tasks/MasterBottomTask/MasterBottomDepth.h"
 
+#include "Database/DatabaseLocalBottomRecord.h"
+#include "Sonar4/Sonar4Types.h"
+
 namespace MasterBottomDepth {
 
 namespace {
+
+using LocalBottom = CDatabaseLocalBottomRecord;
 
 int32_t AddWrapping(int32_t Depth, int32_t Offset)
 {
@@ -22,20 +27,20 @@ uint8_t OffsetMode(int32_t Offset)
 int32_t Compute(uint8_t SecondaryState, int32_t SecondaryDepth, uint8_t PrimaryState, int32_t PrimaryDepth,
                 int32_t Offset)
 {
-    if (SecondaryState == cStateValid) {
-        if (PrimaryState == cStateValid) {
+    if (SecondaryState == LocalBottom::cStateValidBottom) {
+        if (PrimaryState == LocalBottom::cStateValidBottom) {
             const int32_t shallower = PrimaryDepth < SecondaryDepth ? PrimaryDepth : SecondaryDepth;
             return AddWrapping(shallower, Offset);
         }
-        if (PrimaryState == cStateNotInUse) {
+        if (PrimaryState == LocalBottom::cStateNotInUse) {
             return AddWrapping(SecondaryDepth, Offset);
         }
-        return cInvalidDepth;
+        return cNoBottom;
     }
-    if (SecondaryState == cStateNotInUse && PrimaryState == cStateValid) {
+    if (SecondaryState == LocalBottom::cStateNotInUse && PrimaryState == LocalBottom::cStateValidBottom) {
         return AddWrapping(PrimaryDepth, Offset);
     }
-    return cInvalidDepth;
+    return cNoBottom;
 }
 
 } // namespace MasterBottomDepth

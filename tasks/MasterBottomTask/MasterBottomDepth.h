@@ -6,13 +6,6 @@
 // The master bottom rules, kept apart from the task's I/O.
 namespace MasterBottomDepth {
 
-// Local bottom states written by the ping tasks.
-constexpr uint8_t cStateNotInUse = 0;
-constexpr uint8_t cStateValid = 2;
-
-// Stored when there is no valid master bottom.
-constexpr int32_t cInvalidDepth = INT32_MIN;
-
 // Offset mode of the master bottom record: the sign of the depth offset.
 constexpr uint8_t cOffsetNone = 0;
 constexpr uint8_t cOffsetNegative = 1;
@@ -20,7 +13,8 @@ constexpr uint8_t cOffsetPositive = 2;
 
 uint8_t OffsetMode(int32_t Offset);
 
-// The shallower of two valid bottoms wins (the secondary on a tie); a ping
+// The states are those of the local bottom records; cNoBottom when there is
+// no valid master bottom. The shallower of two valid bottoms wins (the secondary on a tie); a ping
 // task that is in use but has lost its bottom makes the master bottom
 // invalid even when the other one has a bottom. The offset is added with
 // 32-bit wrap-around, as the display units expect.

@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr int cErrorLevel = 3;
-constexpr int cInfoLevel = 6;
 constexpr int cUdpProtocol = 17;
 
 } // namespace

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr int cErrorLevel = 3;
-constexpr int cInfoLevel = 6;
 const char* const cWhere = "MasterBottomTask main()";
 
 } // namespace

@@ -283,7 +283,7 @@ TEST_F(DatabaseRecordFieldsTest, EventsSetTheErrorStatusWordAnotherProcessReads)
         COSSLinuxFactory factory;
         CDatabaseErrorStatusMessage record(&factory);
         factory.SetErrorStatusMessage(&record);
-        factory.SendEvent(3, Code, "DatabaseRecordFieldsTest", "raised");
+        factory.SendEvent(cErrorLevel, Code, "DatabaseRecordFieldsTest", "raised");
         _exit(0);
     };
     ASSERT_EQ(raise(LOSS_OF_NETWORK_TRAFFIC), 0);

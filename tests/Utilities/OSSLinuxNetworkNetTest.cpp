@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "Utilities/DottedQuad.h"
 #include "tests/support/TargetCommand.h"
 
 namespace {
@@ -28,8 +29,8 @@ void AddInterface(const std::string& Name, const std::string& Address)
 std::string SystemAddressText(int Choice)
 {
     COSSLinuxNetwork network(AF_INET, SOCK_DGRAM, 0, Choice);
-    in_addr address{};
-    return network.GetSystemIPAddress(&address.s_addr) ? inet_ntoa(address) : "not found";
+    AUINT32 address = 0;
+    return network.GetSystemIPAddress(&address) ? DottedQuad(ntohl(address)) : "not found";
 }
 
 // A socket bound to Address at a free port (returned), whose receives give

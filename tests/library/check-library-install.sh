@@ -38,11 +38,13 @@ quiet cmake --install "$build" --prefix "$prefix" --component dev || { echo "FAI
 while read -r file; do
     case ${file#"$prefix"/} in
         include/vesk/Utilities/*.h | include/vesk/Sonar4/*.h | include/vesk/Database/*.h) ;;
+        include/vesk/Utilities/*.def) ;;
         "$libdir/libvesk.a" | "$libdir/pkgconfig/vesk.pc" | "$libdir"/cmake/Vesk/*.cmake) ;;
         *) fail "installed but no part of the kit: ${file#"$prefix"/}" ;;
     esac
 done < <(find "$prefix" ! -type d)
-for file in include/vesk/Database/DatabaseRecord.h "$libdir/libvesk.a" "$libdir/pkgconfig/vesk.pc" \
+for file in include/vesk/Database/DatabaseRecord.h include/vesk/Utilities/VeskEventCodes.def \
+            "$libdir/libvesk.a" "$libdir/pkgconfig/vesk.pc" \
             "$libdir/cmake/Vesk/VeskConfig.cmake" "$libdir/cmake/Vesk/VeskConfigVersion.cmake"; do
     [ -f "$prefix/$file" ] || fail "not installed: $file"
 done

@@ -100,7 +100,7 @@ int Run(IOSSFactory* pFactory, CToolArgs& Args)
         }
         haveLast = true;
         last = packet;
-        const std::string depth = packet.GetMasterDepth() == Sonar4MasterBottomRecordPacket::cNoBottom
+        const std::string depth = packet.GetMasterDepth() == cNoBottom
                                       ? std::string("none")
                                       : std::to_string(packet.GetMasterDepth()) + " " + unit;
         std::printf("[display] master bottom: %s (%s), message %lu from unit %u\n", depth.c_str(),

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "Utilities/DottedQuad.h"
 #include "Utilities/IOSSFactory.h"
 #include "tools/vesk/GroupSocket.h"
 #include "tools/vesk/PcapFile.h"
@@ -47,9 +48,7 @@ bool Print(const DumpOptions_T& Options, const std::string& Origin, const uint8_
 
 std::string Endpoint(uint32_t Address, uint16_t Port)
 {
-    in_addr address{};
-    address.s_addr = htonl(Address);
-    return std::string(inet_ntoa(address)) + ":" + std::to_string(Port);
+    return DottedQuad(Address) + ":" + std::to_string(Port);
 }
 
 struct TextOption_T {

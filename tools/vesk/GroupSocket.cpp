@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "Database/DatabaseServiceInfoMessage.h"
+#include "Utilities/DottedQuad.h"
 #include "Utilities/IOSSFactory.h"
 #include "tools/vesk/ToolFile.h"
 
@@ -26,9 +27,7 @@ UnitGroup_T ReadUnitGroup(const std::string& ServiceInfoPath, std::string& Error
         Error = ServiceInfoPath + ": not a service info file";
         return where;
     }
-    in_addr group{};
-    group.s_addr = packet.GetOutputIPAddress();
-    where.Group = inet_ntoa(group);
+    where.Group = DottedQuad(ntohl(packet.GetOutputIPAddress()));
     if (packet.GetDataPort() == 0 || packet.GetDataPort() > 65535) {
         Error = ServiceInfoPath + ": data port " + std::to_string(packet.GetDataPort()) + " is no port";
         return where;

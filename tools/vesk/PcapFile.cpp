@@ -37,34 +37,11 @@ constexpr uint32_t cSnapLength = 65535;
 constexpr size_t cIpHeaderSize = 20;
 constexpr size_t cUdpHeaderSize = 8;
 
-uint16_t ReadBig16(const uint8_t* p)
-{
-    return static_cast<uint16_t>((p[0] << 8) | p[1]);
-}
-
-uint32_t ReadBig32(const uint8_t* p)
-{
-    return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
-           (static_cast<uint32_t>(p[2]) << 8) | p[3];
-}
-
-void WriteBig16(uint8_t* p, uint16_t Value)
-{
-    p[0] = static_cast<uint8_t>(Value >> 8);
-    p[1] = static_cast<uint8_t>(Value);
-}
-
-void WriteBig32(uint8_t* p, uint32_t Value)
-{
-    WriteBig16(p, static_cast<uint16_t>(Value >> 16));
-    WriteBig16(p + 2, static_cast<uint16_t>(Value));
-}
-
 uint16_t IpChecksum(const uint8_t* Header)
 {
     uint32_t sum = 0;
     for (size_t i = 0; i < cIpHeaderSize; i += 2) {
-        sum += ReadBig16(Header + i);
+        sum += BigEndian::Read<uint16_t>(Header + i);
     }
     while (sum >> 16) {
         sum = (sum & 0xFFFF) + (sum >> 16);
@@ -83,10 +60,10 @@ bool IpOffset(uint32_t LinkType, const std::vector<uint8_t>& Frame, size_t& Offs
         return true;
     case cLinkEthernet:
         Offset = 14;
-        return Frame.size() >= Offset && ReadBig16(Frame.data() + 12) == 0x0800;
+        return Frame.size() >= Offset && BigEndian::Read<uint16_t>(Frame.data() + 12) == 0x0800;
     case cLinkLinuxCooked:
         Offset = 16;
-        return Frame.size() >= Offset && ReadBig16(Frame.data() + 14) == 0x0800;
+        return Frame.size() >= Offset && BigEndian::Read<uint16_t>(Frame.data() + 14) == 0x0800;
     default:
         return false;
     }
@@ -134,16 +111,16 @@ bool CPcapWriter::Write(const UdpDatagram_T& Datagram)
     std::vector<uint8_t> packet(length, 0);
     uint8_t* ip = packet.data();
     ip[0] = 0x45;
-    WriteBig16(ip + 2, static_cast<uint16_t>(length));
+    BigEndian::Write<uint16_t>(ip + 2, static_cast<uint16_t>(length));
     ip[8] = 1;  // time to live, as multicast on the local network is sent
     ip[9] = 17; // UDP
-    WriteBig32(ip + 12, Datagram.Source);
-    WriteBig32(ip + 16, Datagram.Destination);
-    WriteBig16(ip + 10, IpChecksum(ip));
+    BigEndian::Write<uint32_t>(ip + 12, Datagram.Source);
+    BigEndian::Write<uint32_t>(ip + 16, Datagram.Destination);
+    BigEndian::Write<uint16_t>(ip + 10, IpChecksum(ip));
     uint8_t* udp = ip + cIpHeaderSize;
-    WriteBig16(udp, Datagram.SourcePort);
-    WriteBig16(udp + 2, Datagram.DestinationPort);
-    WriteBig16(udp + 4, static_cast<uint16_t>(cUdpHeaderSize + Datagram.Payload.size()));
+    BigEndian::Write<uint16_t>(udp, Datagram.SourcePort);
+    BigEndian::Write<uint16_t>(udp + 2, Datagram.DestinationPort);
+    BigEndian::Write<uint16_t>(udp + 4, static_cast<uint16_t>(cUdpHeaderSize + Datagram.Payload.size()));
     // UDP checksum 0: none computed, which IPv4 allows.
     std::copy(Datagram.Payload.begin(), Datagram.Payload.end(), udp + cUdpHeaderSize);
 
@@ -166,6 +143,7 @@ CPcapReader::CPcapReader(int Fd) : m_Fd(Fd)
         return;
     }
     const uint32_t magic = LittleEndian::Read<uint32_t>(m_Buffer.data() + m_Start);
+    const uint32_t bigEndianMagic = BigEndian::Read<uint32_t>(m_Buffer.data() + m_Start);
     if (magic == cBlockSectionHeader) {
         m_Format = BLOCKS;
         return;
@@ -177,7 +155,7 @@ CPcapReader::CPcapReader(int Fd) : m_Fd(Fd)
     }
     if (magic == cMagic || magic == cNanoMagic) {
         m_BigEndian = false;
-    } else if (magic == __builtin_bswap32(cMagic) || magic == __builtin_bswap32(cNanoMagic)) {
+    } else if (bigEndianMagic == cMagic || bigEndianMagic == cNanoMagic) {
         m_BigEndian = true;
     } else {
         m_Error = "is not a capture file";
@@ -188,12 +166,12 @@ CPcapReader::CPcapReader(int Fd) : m_Fd(Fd)
 
 uint16_t CPcapReader::Get16(const uint8_t* p) const
 {
-    return m_BigEndian ? ReadBig16(p) : LittleEndian::Read<uint16_t>(p);
+    return m_BigEndian ? BigEndian::Read<uint16_t>(p) : LittleEndian::Read<uint16_t>(p);
 }
 
 uint32_t CPcapReader::Get32(const uint8_t* p) const
 {
-    return m_BigEndian ? ReadBig32(p) : LittleEndian::Read<uint32_t>(p);
+    return m_BigEndian ? BigEndian::Read<uint32_t>(p) : LittleEndian::Read<uint32_t>(p);
 }
 
 bool CPcapReader::Fill(size_t Count)
@@ -269,12 +247,12 @@ bool CPcapReader::ReadClassicFrame(std::vector<uint8_t>& Frame)
 bool CPcapReader::ReadSectionHeader(const std::vector<uint8_t>& Body)
 {
     // The byte-order magic says how this section's numbers are written.
-    const uint32_t order = LittleEndian::Read<uint32_t>(Body.data());
-    if (order != cByteOrderMagic && order != __builtin_bswap32(cByteOrderMagic)) {
+    const bool little = LittleEndian::Read<uint32_t>(Body.data()) == cByteOrderMagic;
+    if (!little && BigEndian::Read<uint32_t>(Body.data()) != cByteOrderMagic) {
         m_Error = "has a section header of no known byte order";
         return false;
     }
-    m_BigEndian = order != cByteOrderMagic;
+    m_BigEndian = !little;
     m_Interfaces.clear();
     return true;
 }
@@ -392,23 +370,23 @@ bool CPcapReader::Next(UdpDatagram_T& Datagram)
         const uint8_t* ip = frame.data() + offset;
         const size_t ipHeader = static_cast<size_t>(ip[0] & 0x0F) * 4;
         // A fragment after the first holds no UDP header.
-        const bool laterFragment = (ReadBig16(ip + 6) & 0x1FFF) != 0;
+        const bool laterFragment = (BigEndian::Read<uint16_t>(ip + 6) & 0x1FFF) != 0;
         if ((ip[0] >> 4) != 4 || ip[9] != 17 || laterFragment || ipHeader < cIpHeaderSize ||
             frame.size() < offset + ipHeader + cUdpHeaderSize) {
             continue;
         }
         const uint8_t* udp = ip + ipHeader;
-        const size_t udpLength = ReadBig16(udp + 4);
+        const size_t udpLength = BigEndian::Read<uint16_t>(udp + 4);
         if (udpLength < cUdpHeaderSize) {
             continue;
         }
         // A length past the captured bytes: the datagram as far as captured.
         const size_t available = frame.size() - offset - ipHeader;
         const size_t end = std::min(udpLength, available);
-        Datagram.Source = ReadBig32(ip + 12);
-        Datagram.Destination = ReadBig32(ip + 16);
-        Datagram.SourcePort = ReadBig16(udp);
-        Datagram.DestinationPort = ReadBig16(udp + 2);
+        Datagram.Source = BigEndian::Read<uint32_t>(ip + 12);
+        Datagram.Destination = BigEndian::Read<uint32_t>(ip + 16);
+        Datagram.SourcePort = BigEndian::Read<uint16_t>(udp);
+        Datagram.DestinationPort = BigEndian::Read<uint16_t>(udp + 2);
         Datagram.Payload.assign(udp + cUdpHeaderSize, udp + end);
         return true;
     }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Sonar4/Sonar4MessageTable.h"
+#include "Utilities/DottedQuad.h"
 #include "Utilities/LittleEndian.h"
 
 namespace {
@@ -54,9 +55,7 @@ std::string Number(const uint8_t* p, PacketFieldType_T Type)
     case FIELD_U64:
         return std::to_string(LittleEndian::Read<uint64_t>(p));
     default: {
-        char text[20];
-        std::snprintf(text, sizeof(text), "%u.%u.%u.%u", p[0], p[1], p[2], p[3]);
-        return text;
+        return DottedQuad(BigEndian::Read<uint32_t>(p));
     }
     }
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 
+#include "Utilities/DottedQuad.h"
 #include "Utilities/IOSSFactory.h"
 #include "Utilities/ProductFamily.h"
 #include "Utilities/VeskAssert.h"
@@ -147,9 +148,7 @@ void CUnitConfigCheck::CheckInterface(ConfigFindings_T& Findings)
         Findings.push_back(Problem("network", "no interface has a 10.x.x.x address to send the master bottom from"));
         return;
     }
-    in_addr own{};
-    own.s_addr = address;
-    Findings.push_back(Note("network", std::string("sends from ") + inet_ntoa(own)));
+    Findings.push_back(Note("network", "sends from " + DottedQuad(ntohl(address))));
 }
 
 void CUnitConfigCheck::CheckEnvironment(ConfigFindings_T& Findings)

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Sonar4/Sonar4Types.h"
+
 using namespace MasterBottomDepth;
 
 TEST(MasterBottomDepthTest, FollowsTheStateTable)
@@ -22,14 +24,14 @@ TEST(MasterBottomDepthTest, FollowsTheStateTable)
         {2, 1200, 0, 1500, -300, 900},
         {0, 1200, 2, 1500, 100, 1600},
         // In use without a bottom spoils the other's bottom.
-        {2, 1200, 1, 1500, 0, cInvalidDepth},
-        {2, 1200, 7, 1500, 0, cInvalidDepth},
-        {1, 1200, 2, 1500, 0, cInvalidDepth},
-        {3, 1200, 2, 1500, 0, cInvalidDepth},
+        {2, 1200, 1, 1500, 0, cNoBottom},
+        {2, 1200, 7, 1500, 0, cNoBottom},
+        {1, 1200, 2, 1500, 0, cNoBottom},
+        {3, 1200, 2, 1500, 0, cNoBottom},
         // Nobody has a bottom.
-        {0, 1200, 0, 1500, 0, cInvalidDepth},
-        {0, 1200, 1, 1500, 0, cInvalidDepth},
-        {1, 1200, 1, 1500, 0, cInvalidDepth},
+        {0, 1200, 0, 1500, 0, cNoBottom},
+        {0, 1200, 1, 1500, 0, cNoBottom},
+        {1, 1200, 1, 1500, 0, cNoBottom},
         // Signed comparison: a negative depth is the shallower one.
         {2, -5, 2, 10, 0, -5},
         {2, 10, 2, -5, 0, -5},
