@@ -54,7 +54,7 @@ TEST_F(ServiceInfoTest, GroupFollowsTheFirstPrivateAddressAndOnlyThePathIsSent)
     const std::string root = getenv("ROOT_DIR");
     EXPECT_STREQ("229.0.32.160", record.GetOutputIPAddressText());
     ASSERT_EQ(1u, m_Factory.m_Events.size());
-    EXPECT_EQ(4, m_Factory.m_Events[0].Level);
+    EXPECT_EQ(cWarningLevel, m_Factory.m_Events[0].Level);
     EXPECT_EQ("HostFormatIpAddress :  c0a80105 when masked  : 280105 when shifted by 5  : 50020a0 final multicast  : "
               "e50020a0", m_Factory.m_Events[0].Why);
 
@@ -114,7 +114,7 @@ TEST_F(ServiceInfoTest, OnlyTheSmallerSerialNumberGivesWayOnAClash)
     EXPECT_EQ(SUCCESS, Decode(record, 5000, 3200, 3201));
     EXPECT_EQ(std::string("\x83\x0C\0\0\x82\x0C\0\0", 8), File().substr(24, 4) + File().substr(32, 4));
     ASSERT_EQ(1u, m_Factory.m_Events.size());
-    EXPECT_EQ(6, m_Factory.m_Events[0].Level);
+    EXPECT_EQ(cInfoLevel, m_Factory.m_Events[0].Level);
     EXPECT_EQ("Port numbers clashed with another sounder, switching to 3202 for control and 3203 for data.",
               m_Factory.m_Events[0].Why);
 

@@ -209,7 +209,7 @@ TEST_F(TransducerIdTest, GraphsAreFilledFromTheRecordAndMissingInnerPointsTakeTh
     }
     ASSERT_EQ(m_Factory.m_Events.size(), 4u);
     for (const auto& event : m_Factory.m_Events) {
-        EXPECT_EQ(event.Level, 6);
+        EXPECT_EQ(event.Level, cInfoLevel);
         EXPECT_EQ(event.Code, 0);
         EXPECT_EQ(event.Where, "CDatabaseTransducerIdMessage::BuildGraphs()");
     }

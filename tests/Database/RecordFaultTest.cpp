@@ -289,8 +289,8 @@ protected:
         // Notices (replaced values, the time of a heartbeat) may come too.
         for (const auto& event : Factory.m_Events) {
             EXPECT_EQ(event.Where.rfind(Record.Class, 0), 0u) << event.Where;
-            if (event.Level != 6) {
-                EXPECT_EQ(event.Level, 3) << event.Why;
+            if (event.Level != cInfoLevel) {
+                EXPECT_EQ(event.Level, cErrorLevel) << event.Why;
                 EXPECT_TRUE(event.Code == Error || event.Code == Result) << event.Code << " " << event.Why;
             }
         }

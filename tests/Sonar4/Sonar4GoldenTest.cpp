@@ -113,7 +113,7 @@ TEST_F(Sonar4GoldenTest, EveryBuiltPacketIsTheCheckedInOneAndDecodesBackToIt)
     EXPECT_TRUE(write || compared > 0);
     // Notices (the service info record tells how it chose its group) are fine.
     for (const auto& event : m_Factory.m_Events) {
-        EXPECT_GT(event.Level, 3) << event.Where << ": " << event.Why;
+        EXPECT_GT(event.Level, cErrorLevel) << event.Where << ": " << event.Why;
     }
 }
 

@@ -167,7 +167,7 @@ TEST_F(MasterBottomTaskTurnTest, MissingFilesAreRecreatedWithTheirDefaultsByTheN
     // and the load after it too; the missing local bottom and record files
     // are made silently.
     ASSERT_EQ(m_Factory.m_Events.size(), 2u);
-    EXPECT_EQ(m_Factory.m_Events[0].Level, 3);
+    EXPECT_EQ(m_Factory.m_Events[0].Level, cErrorLevel);
     EXPECT_EQ(m_Factory.m_Events[0].Code, EISDIR);
     EXPECT_EQ(m_Factory.m_Events[0].Where, "CDatabaseSystemSettingsMessage CheckForFile");
     EXPECT_EQ(m_Factory.m_Events[0].Why, "failed to write to DB");
