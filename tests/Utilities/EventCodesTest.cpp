@@ -125,7 +125,7 @@ TEST_F(EventCodesTest, LinesCarryTheCodesTextAndNumberInUpTo511Characters)
     const std::pair<VeskEventCode_T, std::string> lines[] = {
         {0, "SUCCESS (0)"}, {-123, "PING_PARAM_FAILED_TO_OPEN_FILE  (-123)"}, {-170, "Battery Voltage OK (-170)"},
         {ENOENT, std::strerror(ENOENT) + " (2)"s}, {-13, CEventCodes::cNotListedText + " (-13)"s},
-        {-100, CEventCodes::cNotListedText + " (-100)"s}, {-179, CEventCodes::cNotListedText + " (-179)"s}};
+        {-100, CEventCodes::cNotListedText + " (-100)"s}, {-9999, CEventCodes::cNotListedText + " (-9999)"s}};
     for (const auto& [number, what] : lines) {
         CEventCodes events(&m_Factory, nullptr);
         const std::string line = "MasterBottomTask:" + what + " @ <time> in CThing::Do because it happened (OptDebug Build)";
